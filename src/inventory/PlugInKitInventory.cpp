@@ -1,0 +1,130 @@
+#include "inventory/PlugInKitInventory.h"
+
+#include "inventory/ProcessRunner.h"
+#include "platform/Hash.h"
+#include "platform/SystemTools.h"
+#include "platform/Text.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace peekmend {
+
+namespace {
+
+constexpr std::array states{
+    std::pair{QLRegistrationState::enabled, std::string_view("enabled")},
+    std::pair{QLRegistrationState::ignored, std::string_view("ignored")},
+    std::pair{QLRegistrationState::unmarked, std::string_view("unmarked")},
+};
+
+/// The first and the last of the fields between tabs, trimmed. Empty fields do not count.
+std::optional<std::pair<std::string_view, std::string_view>>
+firstAndLastField(std::string_view text) {
+    const std::size_t firstBegin = text.find_first_not_of('\t');
+    if (firstBegin == std::string_view::npos) {
+        return std::nullopt;
+    }
+    const std::size_t firstEnd = std::min(text.find('\t', firstBegin), text.size());
+    const std::size_t lastEnd = text.find_last_not_of('\t') + 1;
+    const std::size_t lastBegin = text.rfind('\t', lastEnd - 1) + 1;
+    return std::pair{trimSpaces(text.substr(firstBegin, firstEnd - firstBegin)),
+                     trimSpaces(text.substr(lastBegin, lastEnd - lastBegin))};
+}
+
+} // namespace
+
+std::string_view textValue(QLRegistrationState state) {
+    for (const auto& [known, text] : states) {
+        if (known == state) {
+            return text;
+        }
+    }
+    std::unreachable();
+}
+
+std::optional<QLRegistrationState> registrationState(std::string_view text) {
+    for (const auto& [state, known] : states) {
+        if (known == text) {
+            return state;
+        }
+    }
+    return std::nullopt;
+}
+
+std::expected<std::string, Error> RealPlugInKitExecutor::listPreviewExtensions() const {
+    auto result = ProcessRunner::run(SystemTools::current().pluginkit,
+                                     {"-m", "-D", "-p", "com.apple.quicklook.preview", "-A", "-v"},
+                                     /*discardStandardOutput=*/false);
+    if (!result) {
+        return std::unexpected(std::move(result.error()));
+    }
+    if (result->exitStatus != 0) {
+        return std::unexpected(toolError(plugInKitListingErrorDomain, result->exitStatus,
+                                         result->stdoutBytes, result->stderrBytes));
+    }
+    if (!isValidUtf8(result->stdoutBytes)) {
+        return std::string();
+    }
+    return std::move(result->stdoutBytes);
+}
+
+std::vector<QLExtensionRecord> parseListing(std::string_view text) {
+    std::vector<QLExtensionRecord> records;
+    while (true) {
+        const std::size_t end = text.find('\n');
+        if (auto record = parseListingLine(text.substr(0, end))) {
+            records.push_back(*std::move(record));
+        }
+        if (end == std::string_view::npos) {
+            return records;
+        }
+        text.remove_prefix(end + 1);
+    }
+}
+
+std::optional<QLExtensionRecord> parseListingLine(std::string_view line) {
+    std::string_view rest = trimSpaces(line);
+    QLExtensionRecord record;
+    if (rest.starts_with('+') || rest.starts_with('-')) {
+        record.state =
+            rest.front() == '+' ? QLRegistrationState::enabled : QLRegistrationState::ignored;
+        rest = trimSpaces(rest.substr(1));
+    } else if (!rest.contains('.') || !rest.contains('(')) {
+        return std::nullopt;
+    }
+
+    const auto fields = firstAndLastField(rest);
+    if (!fields) {
+        return std::nullopt;
+    }
+    const auto& [first, last] = *fields;
+    const std::size_t open = first.find('(');
+    const std::size_t close = first.rfind(')');
+    std::string_view bundleID = first;
+    if (open != std::string_view::npos && close != std::string_view::npos && open < close) {
+        bundleID = first.substr(0, open);
+        record.version = first.substr(open + 1, close - open - 1);
+    }
+    if (!bundleID.contains('.')) {
+        return std::nullopt;
+    }
+    record.bundleID = bundleID;
+    if (last.starts_with('/')) {
+        record.path = last;
+    }
+    return record;
+}
+
+} // namespace peekmend
+
+std::size_t std::hash<peekmend::QLExtensionRecord>::operator()(
+    const peekmend::QLExtensionRecord& record) const noexcept {
+    std::size_t combined = 0;
+    peekmend::combineHash(combined, record.bundleID);
+    peekmend::combineHash(combined, record.state);
+    peekmend::combineHash(combined, record.version);
+    peekmend::combineHash(combined, record.path);
+    return combined;
+}

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <string>
+
+namespace peekmend {
+
+/// The absolute paths of the tools that the program runs. Nothing is searched in PATH.
+struct SystemTools {
+    std::string pluginkit;
+    std::string qlmanage;
+    std::string killall;
+    std::string ps;
+
+    /// The tools in use: the system's, and our own in place of a `pluginkit` or `qlmanage` that
+    /// the system does not have. Usable from any thread.
+    [[nodiscard]] static SystemTools current();
+
+    /// Puts other tools in place of all four, for the rest of the run.
+    static void replace(SystemTools tools);
+};
+
+} // namespace peekmend

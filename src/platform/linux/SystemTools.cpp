@@ -1,0 +1,55 @@
+#include "platform/SystemTools.h"
+
+#include <unistd.h>
+
+#include <filesystem>
+#include <mutex>
+#include <optional>
+#include <system_error>
+
+namespace peekmend {
+
+namespace {
+
+/// Our own tools' folder. It stands beside the one that holds the running program, both where
+/// the program is installed and where it is built.
+std::string ownTool(const std::string& name) {
+    std::error_code error;
+    const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
+    return (program.parent_path().parent_path() / "libexec" / "peekmend" / name).string();
+}
+
+std::string systemOrOwn(const std::string& name) {
+    const std::string path = "/usr/bin/" + name;
+    return ::access(path.c_str(), X_OK) == 0 ? path : ownTool(name);
+}
+
+struct Replacement {
+    std::mutex mutex;
+    std::optional<SystemTools> tools;
+};
+
+Replacement& replacement() {
+    static Replacement instance;
+    return instance;
+}
+
+} // namespace
+
+SystemTools SystemTools::current() {
+    const std::scoped_lock lock(replacement().mutex);
+    if (!replacement().tools) {
+        replacement().tools = {.pluginkit = systemOrOwn("pluginkit"),
+                               .qlmanage = systemOrOwn("qlmanage"),
+                               .killall = "/usr/bin/killall",
+                               .ps = "/bin/ps"};
+    }
+    return *replacement().tools;
+}
+
+void SystemTools::replace(SystemTools tools) {
+    const std::scoped_lock lock(replacement().mutex);
+    replacement().tools = std::move(tools);
+}
+
+} // namespace peekmend
