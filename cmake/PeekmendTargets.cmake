@@ -5,6 +5,10 @@ target_compile_options(peekmend_options INTERFACE
     -Wall -Wextra -Wpedantic -Werror
     -Wconversion -Wsign-conversion -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual
     -Wold-style-cast -Wformat=2 -Wundef -Wimplicit-fallthrough)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    # The standard library's own stable sort uses what it deprecates.
+    target_compile_options(peekmend_options INTERFACE -Wno-deprecated-declarations)
+endif()
 if(PEEKMEND_SANITIZERS)
     target_compile_options(peekmend_options INTERFACE
         -fsanitize=${PEEKMEND_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)

@@ -131,9 +131,8 @@ std::vector<std::string> bundleIDsForPaths(const std::vector<std::string>& paths
     std::vector<std::string> bundleIDs;
     for (const QLExtensionRecord& record : records) {
         if (record.path && !record.path->empty() &&
-            std::ranges::any_of(paths, [&](const std::string& path) {
-                return path.contains(*record.path);
-            })) {
+            std::ranges::any_of(
+                paths, [&](const std::string& path) { return path.contains(*record.path); })) {
             bundleIDs.push_back(record.bundleID);
         }
     }

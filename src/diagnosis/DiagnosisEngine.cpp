@@ -70,9 +70,9 @@ QLDiagnosisReport DiagnosisEngine::diagnose(const std::optional<FileURL>& fileUR
         report.claimants = findClaimants(report.records, report.typeTree, contentTypes);
         report.activeHandler = ActiveHandlerProbe::probe(*fileURL, report.records, stop);
     }
-    report.verdict = composeVerdict(report.claimants, report.activeHandler
-                                                          ? report.activeHandler->bundleIDs
-                                                          : std::vector<std::string>());
+    report.verdict =
+        composeVerdict(report.claimants, report.activeHandler ? report.activeHandler->bundleIDs
+                                                              : std::vector<std::string>());
     return report;
 }
 
@@ -94,9 +94,8 @@ std::vector<QLClaimant> findClaimants(const std::vector<QLExtensionRecord>& reco
                 {.record = record, .matchedUTIs = {*matched}, .allClaimedUTIs = claimed});
         }
     }
-    std::ranges::stable_sort(claimants, {}, [](const QLClaimant& claimant) {
-        return stateRank(claimant.record.state);
-    });
+    std::ranges::stable_sort(
+        claimants, {}, [](const QLClaimant& claimant) { return stateRank(claimant.record.state); });
     return claimants;
 }
 
@@ -114,12 +113,11 @@ std::string composeVerdict(const std::vector<QLClaimant>& claimants,
     });
     std::vector<std::string> sentences;
 
-    const auto serving =
-        std::ranges::find_if(activeBundleIDs, [&](const std::string& bundleID) {
-            return std::ranges::any_of(claimants, [&](const QLClaimant& claimant) {
-                return claimant.record.bundleID == bundleID;
-            });
+    const auto serving = std::ranges::find_if(activeBundleIDs, [&](const std::string& bundleID) {
+        return std::ranges::any_of(claimants, [&](const QLClaimant& claimant) {
+            return claimant.record.bundleID == bundleID;
         });
+    });
     if (serving != activeBundleIDs.end()) {
         sentences.push_back(*serving + " is currently serving the open preview.");
     }

@@ -37,8 +37,7 @@ std::string rawSection(const QLDiagnosisReport& report) {
 } // namespace
 
 std::string reportText(const QLDiagnosisReport& report) {
-    std::vector<std::string> lines{"Peekmend Diagnostic Report",
-                                   std::string(underlineLength, '=')};
+    std::vector<std::string> lines{"Peekmend Diagnostic Report", std::string(underlineLength, '=')};
     const auto append = [&](std::vector<std::string> more) {
         lines.insert(lines.end(), std::move_iterator(more.begin()), std::move_iterator(more.end()));
     };
@@ -84,8 +83,7 @@ std::vector<std::string> claimantLines(const QLClaimant& claimant) {
     return lines;
 }
 
-std::vector<std::string>
-probeLines(const std::optional<ActiveHandlerProbeResult>& activeHandler) {
+std::vector<std::string> probeLines(const std::optional<ActiveHandlerProbeResult>& activeHandler) {
     if (!activeHandler) {
         return {"  Not probed (no file selected)."};
     }

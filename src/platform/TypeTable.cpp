@@ -73,9 +73,8 @@ std::optional<std::string> TypeTable::identifierForExtension(std::string_view ex
     }
     const std::string_view wanted =
         kind == FileKind::directory ? "public.directory" : "public.data";
-    const auto found = std::ranges::find_if(entry->second, [&](const std::string& identifier) {
-        return conforms(identifier, wanted);
-    });
+    const auto found = std::ranges::find_if(
+        entry->second, [&](const std::string& identifier) { return conforms(identifier, wanted); });
     if (found == entry->second.end()) {
         return std::nullopt;
     }

@@ -66,8 +66,8 @@ std::expected<std::string, Error> runTool(const std::string& executablePath,
 
 std::expected<void, Error> RepairApplicator::setElection(std::string_view election,
                                                          const std::string& bundleID) const {
-    auto output = m_runTool(SystemTools::current().pluginkit,
-                            {"-e", std::string(election), "-i", bundleID});
+    auto output =
+        m_runTool(SystemTools::current().pluginkit, {"-e", std::string(election), "-i", bundleID});
     if (!output) {
         return std::unexpected(std::move(output.error()));
     }
@@ -81,11 +81,9 @@ void RepairApplicator::restartQuickLook() const {
     (void)m_runTool(tools.qlmanage, {"-r", "cache"});
 }
 
-std::expected<QLRepairSnapshot, Error>
-RepairApplicator::prefer(const QLExtensionRecord& chosen,
-                         const std::vector<QLExtensionRecord>& peersToIgnore,
-                         const std::vector<QLExtensionRecord>& allRecords,
-                         UserDefaults& defaults) const {
+std::expected<QLRepairSnapshot, Error> RepairApplicator::prefer(
+    const QLExtensionRecord& chosen, const std::vector<QLExtensionRecord>& peersToIgnore,
+    const std::vector<QLExtensionRecord>& allRecords, UserDefaults& defaults) const {
     std::unordered_set<std::string_view> touched{chosen.bundleID};
     for (const QLExtensionRecord& peer : peersToIgnore) {
         touched.insert(peer.bundleID);

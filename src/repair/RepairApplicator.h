@@ -33,8 +33,7 @@ public:
     using ToolRunner = std::function<std::expected<std::string, Error>(
         const std::string& executablePath, const std::vector<std::string>& arguments)>;
 
-    explicit RepairApplicator(ToolRunner toolRunner = runTool)
-        : m_runTool(std::move(toolRunner)) {}
+    explicit RepairApplicator(ToolRunner toolRunner = runTool) : m_runTool(std::move(toolRunner)) {}
 
     /// Sets one extension's election: "use", "ignore" or "default".
     [[nodiscard]] std::expected<void, Error> setElection(std::string_view election,

@@ -129,8 +129,8 @@ SystemTypeDatabase::contentType(const FileURL& file) const {
     // target's own name. Only a link that leads nowhere is a link.
     std::string path = file.path();
     if (S_ISLNK(status.st_mode)) {
-        const std::unique_ptr<char, decltype(&std::free)> target(
-            ::realpath(path.c_str(), nullptr), &std::free);
+        const std::unique_ptr<char, decltype(&std::free)> target(::realpath(path.c_str(), nullptr),
+                                                                 &std::free);
         struct stat targetStatus{};
         if (target && ::stat(target.get(), &targetStatus) == 0) {
             path = target.get();
@@ -179,8 +179,7 @@ SystemTypeDatabase::typeIdentifier(const FileURL& file) const {
 const TypeDatabase& systemTypeDatabase() {
     static const SystemTypeDatabase database([] {
         // Without the registry only the places that somebody added are missed.
-        const ExtensionRegistry registry =
-            readExtensionRegistry().value_or(ExtensionRegistry());
+        const ExtensionRegistry registry = readExtensionRegistry().value_or(ExtensionRegistry());
         return discoverExtensionBundles(extensionPlaces(registry.addedPaths));
     });
     return database;

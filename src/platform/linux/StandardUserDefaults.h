@@ -2,17 +2,16 @@
 
 #include "platform/UserDefaults.h"
 
-#include <mutex>
-
 namespace peekmend {
 
-/// User defaults in one file of the user's configuration folder.
+/// User defaults in a folder of the user's, each value in a file of its own that is named by the
+/// key and holds nothing but the data.
 class StandardUserDefaults : public UserDefaults {
 public:
-    /// Keeps the values in `file`, an absolute path.
-    explicit StandardUserDefaults(std::string file);
+    /// Keeps the values in `folder`, an absolute path, which is created when needed.
+    explicit StandardUserDefaults(std::string folder) : m_folder(std::move(folder)) {}
 
-    /// In `org.peekmend.Peekmend.ini` of the folder for configuration files.
+    /// Keeps them with what else the program keeps for the current user.
     StandardUserDefaults();
 
     [[nodiscard]] std::optional<std::string> dataForKey(const std::string& key) const override;
@@ -20,8 +19,7 @@ public:
     void removeObjectForKey(const std::string& key) override;
 
 private:
-    std::string m_file;
-    mutable std::mutex m_mutex;
+    std::string m_folder;
 };
 
 } // namespace peekmend

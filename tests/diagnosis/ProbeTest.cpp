@@ -1,0 +1,173 @@
+#include "diagnosis/ActiveHandlerProbe.h"
+
+#include "platform/Cancellation.h"
+#include "support/Support.h"
+
+#include <algorithm>
+#include <csignal>
+#include <thread>
+
+namespace peekmend::test {
+namespace {
+
+using namespace std::chrono_literals;
+using Texts = std::vector<std::string>;
+
+TEST(ProcessListing, FindsExtensionCommandLines) {
+    const std::string header =
+        "USER         PID %CPU %MEM    VSZ   RSS TTY      STAT START   TIME COMMAND\n";
+    const auto process = [](std::string_view command) {
+        return "root           1  0.0  0.2  23456 12345 pts/0    Ss   Nov22   0:01 " +
+               std::string(command) + "\n";
+    };
+    const std::string text = "/Applications/My A.app/Contents/PlugIns/Text.appex/MacOS/Text";
+    const std::pair<std::string, Texts> cases[] = {
+        {header + process(text + " -x \u00fc/y") + process(text + " -x \u00fc/y"),
+         {text + " -x \u00fc/y"}},
+        {header + process(text) + process("/bin/other") + process("sh -c " + text), {text}},
+        {header + process("Preview.appex"), {}},
+        {header + process("[x.appex] /b\t \u3000"), {"/b"}},
+        {"\n" + header + "  " + text + "\u00A0\n", {text}},
+        {text + " with some more words in the line that follow it here\n\n",
+         {text + " with some more words in the line that follow it here"}},
+        {process(text), {"/0    Ss   Nov22   0:01 " + text}}, // no header: no columns are known
+        {header + "short " + text, {text}},
+        {"a.appex\n", {}},
+        {"x.APPEX /a\n/c.appex\r\n", {"/c.appex\r"}},
+        {"", {}},
+        {header, {}},
+    };
+    for (const auto& [listing, expected] : cases) {
+        EXPECT_EQ(ActiveHandlerProbe::parseExtensionPaths(listing), expected) << listing;
+    }
+}
+
+TEST(ProcessListing, MapsCommandLinesToRecordsInRecordOrder) {
+    using enum QLRegistrationState;
+    const std::vector<QLExtensionRecord> records{
+        {"b", enabled, {}, "/x/B.appex"},  {"none", enabled, {}, {}},
+        {"empty", enabled, {}, ""},        {"a", ignored, {}, "/x/A.appex"},
+        {"b", unmarked, {}, "/y/B.appex"}, {"c", enabled, {}, "/x/C.appex"},
+    };
+    const Texts paths{"/x/A.appex/a", "/q/x/B.appex/b -f", "/y/B.appex", "/unknown.appex"};
+    EXPECT_EQ(ActiveHandlerProbe::bundleIDsForPaths(paths, records), (Texts{"b", "a", "b"}));
+    EXPECT_EQ(ActiveHandlerProbe::bundleIDsForPaths({}, records), Texts());
+    EXPECT_EQ(ActiveHandlerProbe::bundleIDsForPaths(paths, {}), Texts());
+}
+
+TEST(Sleep, EndsEarlyWhenStopped) {
+    std::stop_source stop;
+    EXPECT_TRUE(sleepFor(1ms, stop.get_token()));
+    std::jthread stopper([&] { stop.request_stop(); });
+    EXPECT_FALSE(sleepFor(24h, stop.get_token()));
+    EXPECT_FALSE(sleepFor(24h, stop.get_token()));
+}
+
+class Probe : public testing::Test {
+protected:
+    /// Probes with these tools; `ps` is a script that is told how often it has been run.
+    ActiveHandlerProbeResult probe(const std::string& qlmanage, std::string_view ps) {
+        const ReplacedTools tools(
+            {"", qlmanage, "",
+             folder.writeScript("ps", "printf '%s|' \"$@\" >> '" + (folder / "listings") +
+                                          "'\nruns=$(wc -c < '" + (folder / "listings") + "')\n" +
+                                          std::string(ps))});
+        const auto result = ActiveHandlerProbe::probe(
+            FileURL("/some file"), {{"a.b", QLRegistrationState::enabled, {}, "/A.appex"}},
+            stop.get_token());
+        EXPECT_EQ(Resources::inUse().children, 0U);
+        return result;
+    }
+
+    [[nodiscard]] std::string listings() const { return readFile(folder / "listings"); }
+
+    std::string script(std::string_view commands) {
+        return folder.writeScript("qlmanage", commands);
+    }
+
+    const TemporaryFolder folder;
+    const std::string once = "auxww|";
+    std::stop_source stop;
+};
+
+TEST_F(Probe, ListsOnceWhenTheFirstListingShowsAnExtension) {
+    EXPECT_EQ(probe(script("printf '%s|' \"$@\" > '" + (folder / "opened") + "'\nexec " +
+                           childProgram + " sleep"),
+                    "echo /A.appex/x; exit 7"),
+              (ActiveHandlerProbeResult{{"a.b"}, {"/A.appex/x"}, true}));
+    EXPECT_EQ(listings(), once);
+    EXPECT_EQ(readFile(folder / "opened"), "-p|/some file|");
+}
+
+TEST_F(Probe, ListsASecondTimeAndNoThird) {
+    EXPECT_EQ(
+        probe(script("exec " + childProgram + " sleep"), "[ $runs -gt 6 ] && echo /A.appex/second"),
+        (ActiveHandlerProbeResult{{"a.b"}, {"/A.appex/second"}, true}));
+    EXPECT_EQ(listings(), once + once);
+}
+
+TEST_F(Probe, EndsOnlyItsOwnChildWhateverTheToolsDo) {
+    const std::string release = folder / "release";
+    auto neighbour = ChildProcess::launch({childProgram, {"sleep"}, {}, {}});
+    ASSERT_TRUE(neighbour);
+    // A stop ends the waits, not the probe: all of it runs without them.
+    stop.request_stop();
+    const std::string previews[] = {
+        "exit 0",
+        "exit 3",
+        "exec " + childProgram + " stubborn '" + (folder / "ready") + "'",
+        "exec " + childProgram + " hold-pipe '" + release + "'",
+        "exec yes",
+    };
+    const std::string processListings[] = {
+        "exit 0",
+        "kill -9 $$",
+        "printf '/A.appex \\377'",
+    };
+    const auto probeWithNeighbour = [&](const std::string& preview, std::string_view ps) {
+        const ReplacedTools tools({"", script(preview), "", folder.writeScript("ps", ps)});
+        const auto result = ActiveHandlerProbe::probe(FileURL("/f"), {}, stop.get_token());
+        EXPECT_EQ(result, (ActiveHandlerProbeResult{{}, {}, true})) << preview << ps;
+        EXPECT_EQ(Resources::inUse().children, 1U) << preview << ps;
+        EXPECT_TRUE(neighbour->isRunning());
+    };
+    for (const std::string& preview : previews) {
+        probeWithNeighbour(preview, "exit 0");
+    }
+    for (const std::string& listing : processListings) {
+        probeWithNeighbour("exit 0", listing);
+    }
+    folder.write("release", "");
+}
+
+TEST_F(Probe, SaysWhenThePreviewCannotBeOpenedAndListsNothing) {
+    EXPECT_EQ(probe(folder / "missing", "echo /A.appex"), ActiveHandlerProbeResult());
+    EXPECT_EQ(listings(), "");
+}
+
+TEST(StopProcess, AsksPolitelyThenInterruptsThenKills) {
+    const TemporaryFolder folder;
+    auto polite = ChildProcess::launch({childProgram, {"sleep"}, {}, {}});
+    ASSERT_TRUE(polite);
+    EXPECT_FALSE(ActiveHandlerProbe::waitForExit(*polite, 0s, 1ms));
+    ActiveHandlerProbe::stopProcess(*polite, 1min, 1ms);
+    EXPECT_EQ(polite->waitUntilExit(), SIGTERM);
+
+    const std::string trap =
+        folder.writeScript("interrupted", "trap '' TERM\ntouch '" + (folder / "trapped") +
+                                              "'\nexec " + childProgram + " sleep");
+    auto interrupted = ChildProcess::launch({trap, {}, {}, {}});
+    ASSERT_TRUE(interrupted);
+    ASSERT_TRUE(eventually([&] { return std::filesystem::exists(folder / "trapped"); }));
+    ActiveHandlerProbe::stopProcess(*interrupted, 1ms, 1ms);
+    EXPECT_EQ(interrupted->waitUntilExit(), SIGINT);
+
+    auto stubborn = ChildProcess::launch({childProgram, {"stubborn", folder / "ready"}, {}, {}});
+    ASSERT_TRUE(stubborn);
+    ASSERT_TRUE(eventually([&] { return std::filesystem::exists(folder / "ready"); }));
+    ActiveHandlerProbe::stopProcess(*stubborn, 1ms, 1ms);
+    EXPECT_EQ(stubborn->waitUntilExit(), SIGKILL);
+}
+
+} // namespace
+} // namespace peekmend::test

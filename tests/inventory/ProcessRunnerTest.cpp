@@ -1,0 +1,97 @@
+#include "inventory/ProcessRunner.h"
+
+#include "platform/ChildProcess.h"
+#include "support/Support.h"
+
+#include <atomic>
+#include <csignal>
+#include <future>
+#include <thread>
+
+namespace peekmend::test {
+namespace {
+
+TEST(ProcessRunner, CapturesBothStreamsWhole) {
+    constexpr std::size_t size = 3 << 20;
+    const auto result = ProcessRunner::run(childProgram, {"flood", std::to_string(size)}, false);
+    ASSERT_TRUE(result);
+    EXPECT_EQ(result->exitStatus, 0);
+    EXPECT_EQ(result->stdoutBytes, std::string(size, 'x'));
+    EXPECT_EQ(result->stderrBytes, std::string(size, 'x'));
+}
+
+TEST(ProcessRunner, HandsArgumentsOverUnchanged) {
+    const std::vector<std::string> arguments{"a b", "\"'", "new\nline", "", "\xFF", "*", "-n"};
+    std::vector<std::string> all{"arguments"};
+    std::string expected;
+    for (const std::string& argument : arguments) {
+        all.push_back(argument);
+        expected += argument + '\0';
+    }
+    const auto result = ProcessRunner::run(childProgram, all, false);
+    ASSERT_TRUE(result);
+    EXPECT_EQ(result->stdoutBytes, expected);
+}
+
+TEST(ProcessRunner, DiscardsOutputOnRequestAndStillCapturesErrors) {
+    const auto result = ProcessRunner::run(childProgram, {"exit", "3", "out", "err"}, true);
+    ASSERT_TRUE(result);
+    EXPECT_EQ(result->exitStatus, 3);
+    EXPECT_EQ(result->stdoutBytes, "");
+    EXPECT_EQ(result->stderrBytes, "err");
+}
+
+TEST(ProcessRunner, WaitsForAGrandchildThatKeepsThePipe) {
+    const TemporaryFolder folder;
+    auto run = std::async(std::launch::async, [&] {
+        return ProcessRunner::run(childProgram, {"hold-pipe", folder / "release"}, false);
+    });
+    folder.write("release", "");
+    EXPECT_EQ(run.get()->stdoutBytes, "late");
+}
+
+TEST(ProcessRunner, ManyRunsAtOnceLeaveNothingBehind) {
+    const TemporaryFolder folder;
+    ASSERT_TRUE(ProcessRunner::run(childProgram, {"exit", "0"}, false)); // the pool's own share
+    Resources before;
+    ASSERT_TRUE(eventually([&] {
+        before = Resources::inUse();
+        return before.threads == 1;
+    }));
+    {
+        std::atomic<bool> done = false;
+        std::jthread neighbour([&] {
+            while (!done) {
+                auto child = ChildProcess::launch({childProgram, {"sleep"}, {}, {}});
+                ASSERT_TRUE(child);
+                child->send(SIGKILL);
+                EXPECT_EQ(child->waitUntilExit(), SIGKILL);
+            }
+        });
+        std::vector<std::jthread> threads;
+        std::atomic<int> next = 0;
+        for (int thread = 0; thread < 16; ++thread) {
+            threads.emplace_back([&] {
+                for (int number = next++; number < 200; number = next++) {
+                    const std::string text = std::to_string(number);
+                    const bool fails = number % 10 == 0;
+                    const auto result =
+                        ProcessRunner::run(fails ? folder / "missing" : childProgram,
+                                           {"exit", std::to_string(number % 7), text, text}, false);
+                    ASSERT_EQ(result.has_value(), !fails);
+                    if (result) {
+                        EXPECT_EQ(result->exitStatus, number % 7);
+                        EXPECT_EQ(result->stdoutBytes, text);
+                        EXPECT_EQ(result->stderrBytes, text);
+                    }
+                }
+            });
+        }
+        threads.clear();
+        done = true;
+    }
+    EXPECT_TRUE(eventually([&] { return Resources::inUse() == before; }));
+}
+
+} // namespace
+} // namespace peekmend::test
