@@ -78,9 +78,9 @@ Error launchError(const std::string& path, int number) {
     // A script whose interpreter is missing is reported as if the script itself were.
     if (number == ENOENT && ::access(path.c_str(), F_OK) == 0) {
         return {"posix", number,
-                "Couldn't start “" + path + "”: the program that should run it is missing."};
+                "Couldn't start \"" + path + "\": the program that should run it is missing."};
     }
-    return posixError(number, "Couldn't start “" + path + "”");
+    return posixError(number, "Couldn't start \"" + path + "\"");
 }
 
 } // namespace

@@ -22,7 +22,7 @@ constexpr std::chrono::seconds lockPatience{20};
 constexpr std::chrono::milliseconds lockInterval{5};
 
 std::unexpected<Error> failure(int number, std::string_view what, const std::string& path) {
-    return std::unexpected(posixError(number, std::string(what) + " “" + path + "”"));
+    return std::unexpected(posixError(number, std::string(what) + " \"" + path + "\""));
 }
 
 /// Reads until `size` bytes are there or the file ends. How many there are; -1 on errors.

@@ -123,7 +123,7 @@ SystemTypeDatabase::contentType(const FileURL& file) const {
     struct stat status{};
     if (file.path().contains('\0') || ::lstat(file.path().c_str(), &status) != 0) {
         return std::unexpected(posixError(file.path().contains('\0') ? EINVAL : errno,
-                                          "Couldn't examine “" + file.path() + "”"));
+                                          "Couldn't examine \"" + file.path() + "\""));
     }
     // A preview of a link shows what it leads to, so the type is that of the target, by the
     // target's own name. Only a link that leads nowhere is a link.

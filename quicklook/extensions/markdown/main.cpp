@@ -1,0 +1,5 @@
+#include "preview/Preview.h"
+
+int main(int argc, char** argv) {
+    return peekmend::runPreview(argc, argv, peekmend::markdownContent);
+}
