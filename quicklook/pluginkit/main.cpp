@@ -1,5 +1,6 @@
 #include "platform/FileURL.h"
 #include "platform/linux/ExtensionRegistry.h"
+#include "platform/linux/FileStorage.h"
 #include "platform/linux/PreviewExtensions.h"
 
 #include <sys/stat.h>
@@ -37,22 +38,9 @@ constexpr std::string_view usage =
     "  -p      only those of one extension point\n"
     "  -i      only those with one bundle identifier\n";
 
-/// Returns whether everything was written.
-bool writeAll(int descriptor, std::string_view text) {
-    while (!text.empty()) {
-        const ssize_t written = ::write(descriptor, text.data(), text.size());
-        if (written >= 0) {
-            text.remove_prefix(static_cast<std::size_t>(written));
-        } else if (errno != EINTR) {
-            return false;
-        }
-    }
-    return true;
-}
-
 void note(std::string_view sentence) {
     // Nobody is left to be told when this fails.
-    static_cast<void>(writeAll(STDERR_FILENO, "pluginkit: " + std::string(sentence) + "\n"));
+    (void)peekmend::writeAll(STDERR_FILENO, "pluginkit: " + peekmend::asShown(sentence) + "\n");
 }
 
 int fail(const Error& error) {
@@ -61,12 +49,14 @@ int fail(const Error& error) {
 }
 
 int refuse(std::string_view sentence) {
-    note(std::string(sentence) + "\n" + std::string(usage));
+    note(sentence);
+    (void)peekmend::writeAll(STDERR_FILENO, usage);
     return EX_USAGE;
 }
 
 int print(std::string_view text) {
-    if (!writeAll(STDOUT_FILENO, text) || (::close(STDOUT_FILENO) != 0 && errno != EINTR)) {
+    if (!peekmend::writeAll(STDOUT_FILENO, text) ||
+        (::close(STDOUT_FILENO) != 0 && errno != EINTR)) {
         return fail(peekmend::posixError(errno, "The output cannot be written"));
     }
     return EXIT_SUCCESS;

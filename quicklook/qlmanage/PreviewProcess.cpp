@@ -1,5 +1,7 @@
 #include "PreviewProcess.h"
 
+#include "platform/ChildProcess.h"
+
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/prctl.h>
@@ -30,11 +32,12 @@ sigset_t endingSignalSet() {
     return set;
 }
 
-/// In the child: becomes `program`, or leaves the reason in `failurePipe` and exits.
+/// In the child: becomes `program`, the first of a process group of its own, or leaves the reason
+/// in `failurePipe` and exits.
 [[noreturn]] void becomeProgram(const std::string& program, const std::string& file, pid_t parent,
                                 int failurePipe) {
     // The parent may have died before the kernel was asked; then nobody waits for this child.
-    if (::prctl(PR_SET_PDEATHSIG, SIGKILL) != 0 || ::getppid() != parent) {
+    if (::prctl(PR_SET_PDEATHSIG, SIGKILL) != 0 || ::getppid() != parent || ::setpgid(0, 0) != 0) {
         ::_exit(EXIT_FAILURE);
     }
     for (int signal = 1; signal < NSIG; ++signal) {
@@ -55,8 +58,7 @@ sigset_t endingSignalSet() {
 
 int waitFor(pid_t child) {
     int status = 0;
-    while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
-    }
+    retryInterrupted([&] { return ::waitpid(child, &status, 0); });
     return WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status);
 }
 
@@ -71,62 +73,62 @@ int waitFor(pid_t child) {
 
 } // namespace
 
-PreviewGuard::PreviewGuard() {
-    const sigset_t set = endingSignalSet();
-    ::sigprocmask(SIG_BLOCK, &set, nullptr);
-    m_signals = FileDescriptor(::signalfd(-1, &set, SFD_CLOEXEC));
+FileDescriptor parentProcess() {
     // Process 1 outlives everything, and 0 is a parent that cannot be seen from here.
     const pid_t parent = ::getppid();
-    if (parent > 1) {
-        m_parent = FileDescriptor(::pidfd_open(parent, 0));
-    }
+    return parent > 1 ? FileDescriptor(::pidfd_open(parent, 0)) : FileDescriptor();
 }
 
-std::expected<int, Error> PreviewGuard::run(const std::string& program, const std::string& file) {
+std::expected<int, Error> runPreview(const std::string& program, const std::string& file,
+                                     const FileDescriptor& parent) {
     const auto failed = [&](int reason) {
-        return std::unexpected(posixError(reason, "Cannot start \"" + program + "\""));
+        return std::unexpected(posixError(reason, "Couldn't start \"" + program + "\""));
     };
-    std::array<int, 2> ends{-1, -1};
-    if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
+    auto failurePipe = makePipe();
+    if (!failurePipe) {
+        return std::unexpected(std::move(failurePipe.error()));
+    }
+    // From here on a request to end must not leave the child behind.
+    const sigset_t set = endingSignalSet();
+    ::sigprocmask(SIG_BLOCK, &set, nullptr);
+    const FileDescriptor signals(::signalfd(-1, &set, SFD_CLOEXEC));
+    if (!signals) {
         return failed(errno);
     }
-    const FileDescriptor failureReader(ends[0]);
-    FileDescriptor failureWriter(ends[1]);
     const pid_t self = ::getpid();
     const pid_t child = ::fork();
     if (child == 0) {
-        becomeProgram(program, file, self, failureWriter.get());
+        becomeProgram(program, file, self, failurePipe->writeEnd.get());
     }
     if (child < 0) {
         return failed(errno);
     }
-    failureWriter.reset();
+    failurePipe->writeEnd.reset();
     int reason = 0;
-    if (::read(failureReader.get(), &reason, sizeof reason) > 0) {
+    if (retryInterrupted(
+            [&] { return ::read(failurePipe->readEnd.get(), &reason, sizeof reason); }) > 0) {
         waitFor(child);
         return failed(reason);
     }
 
     const FileDescriptor childHandle(::pidfd_open(child, 0));
+    const int cause = errno;
+    std::array<pollfd, 3> watched{
+        {{childHandle.get(), POLLIN, 0}, {signals.get(), POLLIN, 0}, {parent.get(), POLLIN, 0}}};
+    if (childHandle) {
+        retryInterrupted([&] { return ::poll(watched.data(), watched.size(), -1); });
+        if (watched[0].revents != 0) {
+            return waitFor(child);
+        }
+    }
+    ::kill(-child, SIGKILL);
+    waitFor(child);
     if (!childHandle) {
-        const int cause = errno;
-        ::kill(child, SIGKILL);
-        waitFor(child);
         return failed(cause);
     }
-    std::array<pollfd, 3> watched{{{childHandle.get(), POLLIN, 0},
-                                   {m_signals.get(), POLLIN, 0},
-                                   {m_parent.get(), POLLIN, 0}}};
-    while (::poll(watched.data(), watched.size(), -1) < 0 && errno == EINTR) {
-    }
-    if (watched[0].revents != 0) {
-        return waitFor(child);
-    }
-    ::kill(child, SIGKILL);
-    waitFor(child);
     signalfd_siginfo received{};
     if (watched[1].revents != 0 &&
-        ::read(m_signals.get(), &received, sizeof received) == ssize_t{sizeof received}) {
+        ::read(signals.get(), &received, sizeof received) == ssize_t{sizeof received}) {
         dieOf(static_cast<int>(received.ssi_signo));
     }
     ::_exit(EXIT_FAILURE);

@@ -8,28 +8,18 @@
 
 namespace peekmend {
 
-/// Blocks the signals that ask this program to end, and watches the program that started it.
-/// Called before anything slow, so that a request in the meantime is not lost.
-class PreviewGuard {
-public:
-    PreviewGuard();
-    PreviewGuard(const PreviewGuard&) = delete;
-    PreviewGuard& operator=(const PreviewGuard&) = delete;
-    ~PreviewGuard() = default;
+/// A handle of the process that started this one, for `runPreview`. Taken as early as possible.
+/// Empty where nobody is there to be watched.
+[[nodiscard]] FileDescriptor parentProcess();
 
-    /// Starts `program` with `file` as its one argument and waits until it has ended. Returns its
-    /// exit status, or the number of the signal that ended it. Fails with a "posix" error when the
-    /// program could not be started.
-    ///
-    /// The child never outlives this process: the kernel ends it when this process dies of
-    /// whatever cause, and a request to end, or the end of the program that started this one, ends
-    /// the child and then this process, so that the call does not return.
-    [[nodiscard]] std::expected<int, Error> run(const std::string& program,
-                                                const std::string& file);
-
-private:
-    FileDescriptor m_signals;
-    FileDescriptor m_parent;
-};
+/// Starts `program` with `file` as its one argument and waits until it has ended. Returns its exit
+/// status, or the number of the signal that ended it. Fails with a "posix" error when the program
+/// could not be started.
+///
+/// The program never outlives this process: the kernel ends it when this process dies of whatever
+/// cause. A request to end (SIGTERM, SIGINT, SIGHUP), or the end of `parent`, ends the program and
+/// what it has started, and then this process, so that the call does not return.
+[[nodiscard]] std::expected<int, Error>
+runPreview(const std::string& program, const std::string& file, const FileDescriptor& parent);
 
 } // namespace peekmend

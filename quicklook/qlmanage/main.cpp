@@ -1,17 +1,15 @@
 #include "PreviewProcess.h"
 
 #include "platform/FileURL.h"
+#include "platform/SystemTools.h"
 #include "platform/UniformType.h"
 #include "platform/linux/ExtensionRegistry.h"
 #include "platform/linux/PreviewExtensions.h"
 
-#include <limits.h>
 #include <sys/stat.h>
 #include <sysexits.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstddef>
@@ -39,28 +37,19 @@ void print(std::FILE* stream, std::string_view text) {
 }
 
 void note(std::string_view sentence) {
-    print(stderr, "qlmanage: " + std::string(sentence) + "\n");
+    print(stderr, "qlmanage: " + peekmend::asShown(sentence) + "\n");
 }
 
 /// The identifiers of the file's type and of what it conforms to, the nearest first.
 std::expected<std::vector<std::string>, Error> typesOf(const peekmend::FileURL& file) {
-    const peekmend::TypeDatabase& database = peekmend::systemTypeDatabase();
-    const auto type = database.contentType(file);
+    auto type = peekmend::systemTypeDatabase().contentType(file);
     if (!type) {
-        return std::unexpected(type.error());
+        return std::unexpected(std::move(type.error()));
     }
     std::vector<std::string> types;
     if (*type) {
-        types.push_back((*type)->identifier);
-        types.insert(types.end(), (*type)->supertypes.begin(), (*type)->supertypes.end());
-        return types;
-    }
-    const auto identifier = database.typeIdentifier(file);
-    if (!identifier) {
-        return std::unexpected(identifier.error());
-    }
-    if (*identifier) {
-        types.push_back(**identifier);
+        types = std::move((*type)->supertypes);
+        types.insert(types.begin(), std::move((*type)->identifier));
     }
     return types;
 }
@@ -91,20 +80,12 @@ std::vector<std::string> chooseExtensions(const peekmend::ExtensionRegistry& reg
     return programs;
 }
 
-/// The preview for files that no extension shows: a program beside this one.
-std::string builtInPreview() {
-    std::array<char, PATH_MAX> path{};
-    const ssize_t length = ::readlink("/proc/self/exe", path.data(), path.size());
-    const std::string self(path.data(), length > 0 ? static_cast<std::size_t>(length) : 0);
-    return self.substr(0, self.rfind('/') + 1) + "plain-preview";
-}
-
 int preview(const char* argument) {
-    peekmend::PreviewGuard guard;
+    const peekmend::FileDescriptor parent = peekmend::parentProcess();
     const peekmend::FileURL file{argument};
     struct stat status{};
     if (::stat(file.path().c_str(), &status) != 0) {
-        note(peekmend::posixError(errno, "Cannot preview \"" + file.path() + "\"").message);
+        note(peekmend::posixError(errno, "Couldn't preview \"" + file.path() + "\"").message);
         return EXIT_FAILURE;
     }
     const auto types = typesOf(file);
@@ -118,9 +99,10 @@ int preview(const char* argument) {
         note(registry.error().message);
     }
     auto programs = chooseExtensions(registry.value_or(peekmend::ExtensionRegistry()), *types);
-    programs.push_back(builtInPreview());
+    // The preview for files that no extension shows stands beside this program.
+    programs.push_back(peekmend::programFolder() + "/plain-preview");
     for (const std::string& program : programs) {
-        const auto exitStatus = guard.run(program, file.path());
+        const auto exitStatus = peekmend::runPreview(program, file.path(), parent);
         if (exitStatus) {
             return *exitStatus;
         }
@@ -147,6 +129,7 @@ int main(int argc, char** argv) {
         // Every preview is made afresh here: no service runs on and nothing is kept.
         return EXIT_SUCCESS;
     }
-    note("These arguments are not understood.\n" + std::string(usage));
+    note("These arguments are not understood.");
+    print(stderr, usage);
     return EX_USAGE;
 }

@@ -47,7 +47,7 @@ std::size_t columnsBeforeCommand(std::string_view firstLine) {
         column = rest.substr(0, end);
         rest.remove_prefix(std::min(rest.find_first_not_of(blanks, end), rest.size()));
     }
-    return column == "COMMAND" || column == "CMD" ? count - 1 : 0;
+    return column == "COMMAND" ? count - 1 : 0;
 }
 
 /// The part of a listing's line that holds the command. A line without columns is taken whole.
@@ -103,6 +103,7 @@ ActiveHandlerProbeResult probe(const FileURL& fileURL,
 }
 
 std::vector<std::string> parseExtensionPaths(std::string_view listing) {
+    listing.remove_prefix(std::min(listing.find_first_not_of('\n'), listing.size()));
     const std::size_t columnCount = columnsBeforeCommand(listing.substr(0, listing.find('\n')));
     std::vector<std::string> paths;
     std::unordered_set<std::string_view> seen;

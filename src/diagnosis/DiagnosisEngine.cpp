@@ -5,7 +5,6 @@
 #include "platform/Text.h"
 
 #include <algorithm>
-#include <unordered_map>
 #include <unordered_set>
 #include <utility>
 
@@ -28,6 +27,7 @@ int stateRank(QLRegistrationState state) {
 
 std::string joinedBundleIDs(const std::vector<const QLClaimant*>& claimants) {
     std::vector<std::string_view> bundleIDs;
+    bundleIDs.reserve(claimants.size());
     for (const QLClaimant* const claimant : claimants) {
         bundleIDs.push_back(claimant->record.bundleID);
     }
@@ -49,7 +49,8 @@ std::vector<const QLClaimant*> claimantsWhere(const std::vector<QLClaimant>& cla
 } // namespace
 
 const PlugInKitExecuting& DiagnosisEngine::systemInventory() {
-    static const RealPlugInKitExecutor executor;
+    // Never destroyed: a diagnosis may still run when the program ends.
+    static const auto& executor = *new RealPlugInKitExecutor;
     return executor;
 }
 
@@ -155,14 +156,18 @@ std::optional<std::string_view> extensionNote(std::string_view bundleID) {
         "Nova's Quick Look plugin provides syntax-highlighted previews for every source code and "
         "config file type Nova supports; ignoring it disables those previews too, not just this "
         "one.";
-    static const std::unordered_map<std::string_view, std::string_view> caveats{
+    static constexpr std::pair<std::string_view, std::string_view> caveats[] = {
         {"com.quoteunquoteapps.highland.pro.qlplugin", highlandNote},
         {"com.quoteunquoteapps.highland2.qlplugin", highlandNote},
         {"com.panic.Nova.NovaQuickLookPreview", novaNote},
         {"com.panic.Nova.QuickLookPreviewExtension", novaNote},
     };
-    const auto caveat = caveats.find(bundleID);
-    return caveat == caveats.end() ? std::nullopt : std::optional(caveat->second);
+    for (const auto& [knownID, note] : caveats) {
+        if (knownID == bundleID) {
+            return note;
+        }
+    }
+    return std::nullopt;
 }
 
 bool isStaleLocation(std::string_view path) {

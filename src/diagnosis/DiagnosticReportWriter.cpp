@@ -3,7 +3,6 @@
 #include "platform/Text.h"
 
 #include <cstddef>
-#include <iterator>
 #include <utility>
 
 namespace peekmend::DiagnosticReportWriter {
@@ -38,8 +37,8 @@ std::string rawSection(const QLDiagnosisReport& report) {
 
 std::string reportText(const QLDiagnosisReport& report) {
     std::vector<std::string> lines{"Peekmend Diagnostic Report", std::string(underlineLength, '=')};
-    const auto append = [&](std::vector<std::string> more) {
-        lines.insert(lines.end(), std::move_iterator(more.begin()), std::move_iterator(more.end()));
+    const auto append = [&](const std::vector<std::string>& more) {
+        lines.insert(lines.end(), more.begin(), more.end());
     };
 
     if (report.fileURL) {

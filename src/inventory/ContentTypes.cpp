@@ -6,18 +6,7 @@ namespace peekmend {
 
 std::vector<std::string> supportedContentTypes(const FileURL& bundleURL) {
     const auto info = readBundleInfo(bundleURL);
-    if (!info) {
-        return {};
-    }
-    const auto entryOf = [](std::string_view key) {
-        return [key](const PropertyList::Value& dictionary) { return dictionary.at(key); };
-    };
-    return info->root()
-        .at("NSExtension")
-        .and_then(entryOf("NSExtensionAttributes"))
-        .and_then(entryOf("QLSupportedContentTypes"))
-        .and_then([](const PropertyList::Value& types) { return types.strings(); })
-        .value_or(std::vector<std::string>());
+    return info ? declaredContentTypes(*info) : std::vector<std::string>();
 }
 
 ContentTypeMap contentTypesByBundleID(const std::vector<QLExtensionRecord>& records) {

@@ -7,7 +7,7 @@
 namespace peekmend {
 
 struct BackgroundPool::State {
-    std::chrono::milliseconds idleTime;
+    std::chrono::milliseconds idleTime{};
     std::mutex mutex;
     std::condition_variable jobOrEnd;
     std::condition_variable threadGone;

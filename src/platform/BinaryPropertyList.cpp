@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstring>
 #include <span>
+#include <vector>
 
 namespace peekmend {
 
@@ -30,6 +31,10 @@ enum class Kind : std::uint8_t {
 
 bool isString(Kind kind) {
     return kind == Kind::asciiString || kind == Kind::utf16String;
+}
+
+bool isContainer(Kind kind) {
+    return kind == Kind::array || kind == Kind::set || kind == Kind::dictionary;
 }
 
 /// An object whose payload lies inside the file.
@@ -86,8 +91,7 @@ public:
     [[nodiscard]] std::optional<std::vector<PropertyList::Value>>
     elements(const void* place) const override {
         const auto array = objectAt(place);
-        if (!array || array->kind != Kind::array ||
-            array->count > PropertyList::maximumResultSize / sizeof(PropertyList::Value)) {
+        if (!array || array->kind != Kind::array) {
             return std::nullopt;
         }
         std::vector<PropertyList::Value> values;
@@ -110,6 +114,12 @@ public:
     }
 
 private:
+    /// What the containers that were looked at hold.
+    struct Holdings {
+        std::vector<bool> containers; ///< By object: whether one of them holds this container.
+        std::size_t size = 0;         ///< Of all that they hold, read out at once, in bytes.
+    };
+
     [[nodiscard]] bool readTrailer() {
         if (m_bytes.size() < headerSize + trailerSize) {
             return false;
@@ -131,11 +141,15 @@ private:
         return tableSize % m_offsetSize == 0 && tableSize / m_offsetSize == m_objectCount;
     }
 
-    /// Looks at each object once and follows no reference, so that it is no matter which object
-    /// holds which. Writers give each object its own bytes; objects that share them could make
-    /// this as long as the file's size squared, so together they may not exceed the file.
+    /// Looks at each object once and follows no reference. Writers give each object its own bytes;
+    /// objects that share them could make this as long as the file's size squared, so together
+    /// they may not exceed the file. Nor do writers hold one container in two places: that, one
+    /// that holds itself, or a long text held everywhere could make a small list an endless one to
+    /// whoever walks it.
     [[nodiscard]] bool areObjectsIntact() const {
         std::size_t unclaimed = m_tableOffset - headerSize;
+        Holdings holdings{std::vector<bool>(m_objectCount), 0};
+        holdings.containers[m_topObject] = true;
         for (std::uint64_t index = 0; index < m_objectCount; ++index) {
             const char* const place = checkedPlaceOf(index);
             const auto object = place != nullptr ? objectAt(place) : std::nullopt;
@@ -144,7 +158,7 @@ private:
             }
             const char* const end = object->payload.data() + object->payload.size();
             const auto size = static_cast<std::size_t>(end - place);
-            if (size > unclaimed || !isPayloadIntact(*object)) {
+            if (size > unclaimed || !isPayloadIntact(*object, holdings)) {
                 return false;
             }
             unclaimed -= size;
@@ -152,7 +166,7 @@ private:
         return kindAt(placeOf(m_topObject)) == Kind::dictionary;
     }
 
-    [[nodiscard]] bool isPayloadIntact(const Object& object) const {
+    [[nodiscard]] bool isPayloadIntact(const Object& object, Holdings& holdings) const {
         switch (object.kind) {
         case Kind::asciiString:
             return isAscii(object.payload);
@@ -161,7 +175,7 @@ private:
         case Kind::array:
         case Kind::set:
         case Kind::dictionary:
-            return areReferencesIntact(object);
+            return areReferencesIntact(object, holdings);
         case Kind::simple:
         case Kind::integer:
         case Kind::real:
@@ -173,7 +187,7 @@ private:
         return true;
     }
 
-    [[nodiscard]] bool areReferencesIntact(const Object& object) const {
+    [[nodiscard]] bool areReferencesIntact(const Object& object, Holdings& holdings) const {
         const std::size_t keyCount = object.kind == Kind::dictionary ? object.count : 0;
         const std::size_t referenceCount = object.count + keyCount;
         for (std::size_t index = 0; index < referenceCount; ++index) {
@@ -181,11 +195,20 @@ private:
             if (target >= m_objectCount) {
                 return false;
             }
-            if (index < keyCount) {
-                const char* const key = checkedPlaceOf(target);
-                if (key == nullptr || !isString(kindAt(key))) {
+            const char* const place = checkedPlaceOf(target);
+            if (place == nullptr || (index < keyCount && !isString(kindAt(place)))) {
+                return false;
+            }
+            if (isContainer(kindAt(place))) {
+                if (holdings.containers[target]) {
                     return false;
                 }
+                holdings.containers[target] = true;
+            }
+            const auto held = objectAt(place);
+            holdings.size += sizeof(std::string) + (held ? held->payload.size() : 0);
+            if (holdings.size > PropertyList::maximumTotalSize) {
+                return false;
             }
         }
         return true;
@@ -229,7 +252,7 @@ private:
             if (count != 0x0 && count != 0x8 && count != 0x9 && count != 0xF) {
                 return std::nullopt;
             }
-            return Object{.kind = kind, .count = 0, .payload = {next, 0}};
+            return Object{.kind = kind, .count = 0, .payload = {next, next}};
         case Kind::integer:
             if (count > 4) {
                 return std::nullopt;

@@ -5,12 +5,11 @@
 
 namespace peekmend {
 
-bool sleepFor(std::chrono::nanoseconds duration, const std::stop_token& stop) {
+void sleepFor(std::chrono::nanoseconds duration, const std::stop_token& stop) {
     std::mutex mutex;
     std::condition_variable_any wake;
     std::unique_lock lock(mutex);
     wake.wait_for(lock, stop, duration, [] { return false; });
-    return !stop.stop_requested();
 }
 
 } // namespace peekmend

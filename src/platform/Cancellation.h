@@ -5,8 +5,8 @@
 
 namespace peekmend {
 
-/// Blocks the calling thread for `duration`. Returns true when all of it has passed, and false at
-/// once when a stop is or was requested.
-bool sleepFor(std::chrono::nanoseconds duration, const std::stop_token& stop);
+/// Blocks the calling thread for `duration`; only until a stop is requested, when that is earlier
+/// or was before.
+void sleepFor(std::chrono::nanoseconds duration, const std::stop_token& stop);
 
 } // namespace peekmend

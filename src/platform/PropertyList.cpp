@@ -41,17 +41,12 @@ std::optional<std::vector<std::string>> PropertyList::Value::strings() const {
         return std::nullopt;
     }
     std::vector<std::string> texts;
-    std::size_t size = values->size() * sizeof(std::string);
-    if (size > maximumResultSize) {
-        return std::nullopt;
-    }
     texts.reserve(values->size());
     for (const Value& value : *values) {
         auto text = value.string();
-        if (!text || text->size() > maximumResultSize - size) {
+        if (!text) {
             return std::nullopt;
         }
-        size += text->size();
         texts.push_back(*std::move(text));
     }
     return texts;

@@ -19,11 +19,11 @@ namespace peekmend {
 class PropertyList {
 public:
     /// Files larger than this count as unreadable, in bytes.
-    static constexpr std::size_t maximumFileSize = std::size_t{8} * 1024 * 1024;
+    static constexpr std::size_t maximumFileSize = std::size_t{4} * 1024 * 1024;
 
-    /// One answer takes no more memory than this, in bytes: a small binary list can name one long
-    /// text a million times. No XML list reaches it.
-    static constexpr std::size_t maximumResultSize = 4 * maximumFileSize;
+    /// What all values of a list may take together when each is read out once, in bytes: in a small
+    /// binary list one long text may stand in a million places.
+    static constexpr std::size_t maximumTotalSize = 4 * maximumFileSize;
 
     class Form;
 
@@ -33,13 +33,11 @@ public:
         /// The entry of a dictionary under `key`. None when this is not a dictionary or has no
         /// such key; of two entries with one key, the last.
         [[nodiscard]] std::optional<Value> at(std::string_view key) const;
-        /// The elements of an array, in order. None when this is not an array, or one of more
-        /// elements than fit in `maximumResultSize`.
+        /// The elements of an array, in order. None when this is not an array.
         [[nodiscard]] std::optional<std::vector<Value>> elements() const;
         /// The text of a string, as UTF-8. None when this is not a string.
         [[nodiscard]] std::optional<std::string> string() const;
-        /// The texts of an array that holds nothing but strings, in order. None otherwise, and
-        /// when they would take more than `maximumResultSize`.
+        /// The texts of an array that holds nothing but strings, in order. None otherwise.
         [[nodiscard]] std::optional<std::vector<std::string>> strings() const;
 
     private:

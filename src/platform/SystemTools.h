@@ -4,6 +4,9 @@
 
 namespace peekmend {
 
+/// The absolute path of the folder that holds the running program.
+[[nodiscard]] std::string programFolder();
+
 /// The absolute paths of the tools that the program runs. Nothing is searched in PATH.
 struct SystemTools {
     std::string pluginkit;

@@ -12,6 +12,9 @@ namespace peekmend {
 
 namespace {
 
+/// Beyond a file type and a package type, applications that declare the same one again.
+constexpr std::size_t maximumTypesPerExtension = 16;
+
 std::string lowerCased(std::string_view text) {
     std::string result(text);
     for (char& character : result) {
@@ -55,18 +58,16 @@ void TypeTable::add(TypeDeclaration declaration) {
         return;
     }
     for (const std::string& extension : declaration.extensions) {
-        m_identifiersByExtension[lowerCased(extension)].push_back(declaration.identifier);
+        auto& identifiers = m_identifiersByExtension[lowerCased(extension)];
+        if (identifiers.size() < maximumTypesPerExtension) {
+            identifiers.push_back(declaration.identifier);
+        }
     }
     m_declarations.emplace(std::move(key), std::move(declaration));
 }
 
 std::optional<std::string> TypeTable::identifierForExtension(std::string_view extension,
                                                              FileKind kind) const {
-    if (m_base != nullptr) {
-        if (auto identifier = m_base->identifierForExtension(extension, kind)) {
-            return identifier;
-        }
-    }
     const auto entry = m_identifiersByExtension.find(lowerCased(extension));
     if (entry == m_identifiersByExtension.end()) {
         return std::nullopt;
@@ -122,7 +123,8 @@ bool TypeTable::conforms(const std::string& identifier, std::string_view ancesto
 }
 
 const TypeTable& builtInTypes() {
-    static const TypeTable table = makeBuiltInTypes();
+    // Never destroyed: a diagnosis may still run when the program ends.
+    static const auto& table = *new TypeTable(makeBuiltInTypes());
     return table;
 }
 

@@ -34,7 +34,8 @@ public:
 
     void add(TypeDeclaration declaration);
 
-    /// The identifier of the type that a file or directory with this extension has.
+    /// The identifier of the type that a file or directory with this extension has, by what this
+    /// table itself declares.
     [[nodiscard]] std::optional<std::string> identifierForExtension(std::string_view extension,
                                                                     FileKind kind) const;
 

@@ -5,9 +5,6 @@
 
 namespace peekmend {
 
-/// The application's identifier in reverse-DNS form.
-inline constexpr const char* applicationIdentifier = "org.peekmend.Peekmend";
-
 /// The application's stored values: binary data under text keys, kept across restarts. Usable
 /// from any thread.
 class UserDefaults {

@@ -328,7 +328,7 @@ public:
         if (!parsed) {
             return false;
         }
-        const pugi::xml_node list = onlyElement(m_document);
+        const pugi::xml_node list = onlyElement(m_document.root());
         std::string text;
         if (list.name() != std::string_view("plist") || !isBlank(list.value()) ||
             !hasIntactAttributes(list, text)) {

@@ -128,7 +128,7 @@ std::expected<void, Error> RepairApplicator::undo(const QLRepairSnapshot& snapsh
 std::expected<QLRepairSnapshot, Error>
 RepairApplicator::applySingleChange(const QLExtensionRecord& record, std::string_view election,
                                     UserDefaults& defaults) const {
-    const QLRepairSnapshot snapshot{
+    QLRepairSnapshot snapshot{
         secondsSinceReferenceDate(std::chrono::system_clock::now()),
         {{record.bundleID, record.state}},
     };

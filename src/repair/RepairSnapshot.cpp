@@ -11,11 +11,6 @@
 
 namespace peekmend {
 
-const std::string& lastRepairSnapshotKey() {
-    static const std::string key = std::string(applicationIdentifier) + ".lastRepairSnapshot";
-    return key;
-}
-
 double secondsSinceReferenceDate(std::chrono::system_clock::time_point time) {
     constexpr std::chrono::sys_days referenceDate{std::chrono::January / 1 / 2001};
     return std::chrono::duration<double>(time - referenceDate).count();
@@ -59,18 +54,18 @@ std::optional<QLRepairSnapshot> decodeRepairSnapshot(const std::string& document
 }
 
 std::optional<QLRepairSnapshot> loadLastRepairSnapshot(const UserDefaults& defaults) {
-    const auto document = defaults.dataForKey(lastRepairSnapshotKey());
+    const auto document = defaults.dataForKey(lastRepairSnapshotKey);
     return document ? decodeRepairSnapshot(*document) : std::nullopt;
 }
 
 void storeRepairSnapshot(const QLRepairSnapshot& snapshot, UserDefaults& defaults) {
     if (const auto document = encodeRepairSnapshot(snapshot)) {
-        defaults.setDataForKey(lastRepairSnapshotKey(), *document);
+        defaults.setDataForKey(lastRepairSnapshotKey, *document);
     }
 }
 
 void clearRepairSnapshot(UserDefaults& defaults) {
-    defaults.removeObjectForKey(lastRepairSnapshotKey());
+    defaults.removeObjectForKey(lastRepairSnapshotKey);
 }
 
 } // namespace peekmend

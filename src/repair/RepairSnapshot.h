@@ -20,7 +20,7 @@ struct QLRepairSnapshot {
 };
 
 /// The key under which the snapshot of the last repair is stored, as data: one JSON document.
-[[nodiscard]] const std::string& lastRepairSnapshotKey();
+inline constexpr const char* lastRepairSnapshotKey = "org.peekmend.Peekmend.lastRepairSnapshot";
 
 /// `time` in the seconds that `createdAt` counts.
 [[nodiscard]] double secondsSinceReferenceDate(std::chrono::system_clock::time_point time);

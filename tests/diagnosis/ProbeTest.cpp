@@ -27,7 +27,7 @@ TEST(ProcessListing, FindsExtensionCommandLines) {
         {header + process(text) + process("/bin/other") + process("sh -c " + text), {text}},
         {header + process("Preview.appex"), {}},
         {header + process("[x.appex] /b\t \u3000"), {"/b"}},
-        {"\n" + header + "  " + text + "\u00A0\n", {text}},
+        {"\n" + header + "\n  " + text + "\u00A0\n" + process("/b.appex"), {text, "/b.appex"}},
         {text + " with some more words in the line that follow it here\n\n",
          {text + " with some more words in the line that follow it here"}},
         {process(text), {"/0    Ss   Nov22   0:01 " + text}}, // no header: no columns are known
@@ -57,10 +57,10 @@ TEST(ProcessListing, MapsCommandLinesToRecordsInRecordOrder) {
 
 TEST(Sleep, EndsEarlyWhenStopped) {
     std::stop_source stop;
-    EXPECT_TRUE(sleepFor(1ms, stop.get_token()));
     std::jthread stopper([&] { stop.request_stop(); });
-    EXPECT_FALSE(sleepFor(24h, stop.get_token()));
-    EXPECT_FALSE(sleepFor(24h, stop.get_token()));
+    sleepFor(24h, stop.get_token());
+    sleepFor(24h, stop.get_token());
+    EXPECT_TRUE(stop.stop_requested());
 }
 
 class Probe : public testing::Test {
@@ -72,9 +72,11 @@ protected:
              folder.writeScript("ps", "printf '%s|' \"$@\" >> '" + (folder / "listings") +
                                           "'\nruns=$(wc -c < '" + (folder / "listings") + "')\n" +
                                           std::string(ps))});
+        const auto begin = std::chrono::steady_clock::now();
         const auto result = ActiveHandlerProbe::probe(
             FileURL("/some file"), {{"a.b", QLRegistrationState::enabled, {}, "/A.appex"}},
             stop.get_token());
+        duration = std::chrono::steady_clock::now() - begin;
         EXPECT_EQ(Resources::inUse().children, 0U);
         return result;
     }
@@ -88,14 +90,17 @@ protected:
     const TemporaryFolder folder;
     const std::string once = "auxww|";
     std::stop_source stop;
+    std::chrono::nanoseconds duration{};
 };
 
 TEST_F(Probe, ListsOnceWhenTheFirstListingShowsAnExtension) {
     EXPECT_EQ(probe(script("printf '%s|' \"$@\" > '" + (folder / "opened") + "'\nexec " +
-                           childProgram + " sleep"),
+                           childProgram + " witness '" + (folder / "asked") + "'"),
                     "echo /A.appex/x; exit 7"),
               (ActiveHandlerProbeResult{{"a.b"}, {"/A.appex/x"}, true}));
     EXPECT_EQ(listings(), once);
+    EXPECT_GE(duration, 800ms);
+    EXPECT_FALSE(std::filesystem::exists(folder / "asked")) << "it is killed, not asked";
     EXPECT_EQ(readFile(folder / "opened"), "-p|/some file|");
 }
 
@@ -104,10 +109,10 @@ TEST_F(Probe, ListsASecondTimeAndNoThird) {
         probe(script("exec " + childProgram + " sleep"), "[ $runs -gt 6 ] && echo /A.appex/second"),
         (ActiveHandlerProbeResult{{"a.b"}, {"/A.appex/second"}, true}));
     EXPECT_EQ(listings(), once + once);
+    EXPECT_GE(duration, 1200ms);
 }
 
 TEST_F(Probe, EndsOnlyItsOwnChildWhateverTheToolsDo) {
-    const std::string release = folder / "release";
     auto neighbour = ChildProcess::launch({childProgram, {"sleep"}, {}, {}});
     ASSERT_TRUE(neighbour);
     // A stop ends the waits, not the probe: all of it runs without them.
@@ -116,7 +121,7 @@ TEST_F(Probe, EndsOnlyItsOwnChildWhateverTheToolsDo) {
         "exit 0",
         "exit 3",
         "exec " + childProgram + " stubborn '" + (folder / "ready") + "'",
-        "exec " + childProgram + " hold-pipe '" + release + "'",
+        "exec " + childProgram + " hold-pipe '" + folder.path() + "'",
         "exec yes",
     };
     const std::string processListings[] = {
@@ -137,7 +142,6 @@ TEST_F(Probe, EndsOnlyItsOwnChildWhateverTheToolsDo) {
     for (const std::string& listing : processListings) {
         probeWithNeighbour("exit 0", listing);
     }
-    folder.write("release", "");
 }
 
 TEST_F(Probe, SaysWhenThePreviewCannotBeOpenedAndListsNothing) {
@@ -165,7 +169,9 @@ TEST(StopProcess, AsksPolitelyThenInterruptsThenKills) {
     auto stubborn = ChildProcess::launch({childProgram, {"stubborn", folder / "ready"}, {}, {}});
     ASSERT_TRUE(stubborn);
     ASSERT_TRUE(eventually([&] { return std::filesystem::exists(folder / "ready"); }));
-    ActiveHandlerProbe::stopProcess(*stubborn, 1ms, 1ms);
+    const auto begin = std::chrono::steady_clock::now();
+    ActiveHandlerProbe::stopProcess(*stubborn, 500ms, 1ms);
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, 1s);
     EXPECT_EQ(stubborn->waitUntilExit(), SIGKILL);
 }
 

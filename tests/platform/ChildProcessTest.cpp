@@ -40,7 +40,7 @@ TEST(ChildProcess, SaysInWordsWhyAProgramCannotBeStarted) {
     for (const char* const name : {"/lost", "/nonsense"}) {
         ASSERT_EQ(::chmod((folder.path() + name).c_str(), 0700), 0);
     }
-    const Resources before = Resources::inUse();
+    const Resources before = Resources::atRest();
     for (const auto& [path, arguments, code, words] : cases) {
         const auto child = launch(path, arguments);
         ASSERT_FALSE(child) << path;
@@ -53,7 +53,7 @@ TEST(ChildProcess, SaysInWordsWhyAProgramCannotBeStarted) {
 }
 
 TEST(ChildProcess, ReportsTheStatusOrTheNumberOfTheSignal) {
-    for (const auto& [role, number] : {std::pair{"exit", 0}, {"exit", 3}, {"die", SIGSEGV}}) {
+    for (const auto& [role, number] : {std::pair{"exit", 0}, {"exit", 3}, {"die", SIGUSR1}}) {
         auto child = launch(childProgram, {role, std::to_string(number)});
         ASSERT_TRUE(child);
         EXPECT_EQ(child->waitUntilExit(), number);
@@ -87,8 +87,12 @@ TEST(ChildProcess, SendsNothingOnceTheChildIsReaped) {
 }
 
 TEST(ChildProcess, TakesARunningChildWithIt) {
-    const Resources before = Resources::inUse();
-    ASSERT_TRUE(launch(childProgram, {"sleep"}));
+    const Resources before = Resources::atRest();
+    {
+        const auto child = launch(childProgram, {"sleep"});
+        ASSERT_TRUE(child);
+        EXPECT_EQ(Resources::inUse().children, before.children + 1);
+    }
     EXPECT_TRUE(eventually([&] { return Resources::inUse() == before; }));
 }
 
@@ -145,7 +149,7 @@ TEST(ProcessSetup, GivesToolsAUtf8Locale) {
 }
 
 TEST(BackgroundPool, RunsJobsThatWaitForEachOtherAndLetsIdleThreadsGo) {
-    const Resources before = Resources::inUse();
+    const Resources before = Resources::atRest();
     BackgroundPool pool(std::chrono::milliseconds(10));
     TaskGroup started;
     TaskGroup finished;

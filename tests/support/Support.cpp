@@ -26,6 +26,12 @@ std::size_t entriesIn(const char* folder) {
                                                   std::filesystem::directory_iterator()));
 }
 
+/// A sanitizer starts a thread of its own together with the first one of the program.
+const std::size_t threadsAtStart = [] {
+    std::thread([] {}).join();
+    return entriesIn("/proc/self/task");
+}();
+
 } // namespace
 
 TemporaryFolder::TemporaryFolder() {
@@ -90,6 +96,11 @@ Resources Resources::inUse() {
             std::distance(std::istream_iterator<std::string>(children), {}));
     }
     return resources;
+}
+
+Resources Resources::atRest() {
+    EXPECT_TRUE(eventually([] { return inUse().threads == threadsAtStart; }));
+    return inUse();
 }
 
 } // namespace peekmend::test

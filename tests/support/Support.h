@@ -68,6 +68,9 @@ struct Resources {
     bool operator==(const Resources&) const = default;
 
     [[nodiscard]] static Resources inUse();
+
+    /// Those in use once the pool's threads of earlier tests have gone away.
+    [[nodiscard]] static Resources atRest();
 };
 
 /// Stands in for the tools while it lives.

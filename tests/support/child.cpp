@@ -77,13 +77,26 @@ int main(int argumentCount, char** arguments) {
         touch(arguments[2]);
         sleepForever();
     }
+    if (role == "witness") { // FILE: written when it is asked to end
+        static const char* const file = arguments[2];
+        const auto tell = [](int) { touch(file); };
+        std::signal(SIGTERM, tell);
+        std::signal(SIGINT, tell);
+        sleepForever();
+    }
     if (role == "sleep") {
         sleepForever();
     }
-    if (role ==
-        "hold-pipe") { // RELEASE-FILE: exits; a grandchild keeps the streams until it stands
+    if (role == "hold-pipe") { // FOLDER: the streams stay open until "release" stands there
+        const std::string folder = arguments[2];
+        const pid_t self = ::getpid();
         if (::fork() == 0) {
-            while (::access(arguments[2], F_OK) != 0) {
+            while (::getppid() == self) {
+                ::usleep(1000);
+            }
+            touch((folder + "/orphaned").c_str());
+            while (::access((folder + "/release").c_str(), F_OK) != 0 &&
+                   ::access(folder.c_str(), F_OK) == 0) {
                 ::usleep(1000);
             }
             writeAll(STDOUT_FILENO, "late");

@@ -14,12 +14,8 @@ namespace peekmend {
 namespace {
 
 QString typeOf(const std::string& path) {
-    const TypeDatabase& database = systemTypeDatabase();
-    if (const auto type = database.contentType(FileURL(path)); type && *type) {
+    if (const auto type = systemTypeDatabase().contentType(FileURL(path)); type && *type) {
         return QString::fromStdString((*type)->identifier);
-    }
-    if (const auto identifier = database.typeIdentifier(FileURL(path)); identifier && *identifier) {
-        return QString::fromStdString(**identifier);
     }
     return "unknown";
 }

@@ -15,11 +15,10 @@ namespace peekmend {
 namespace {
 
 void choosePlatform() {
-    // Without a display to show it on, the preview still runs, so that it can be seen which one
-    // it is.
-    if (qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") &&
-        qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
-        qputenv("QT_QPA_PLATFORM", "offscreen");
+    // Without a display that can be opened, the preview still runs, so that it can be seen which
+    // one it is.
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
+        qputenv("QT_QPA_PLATFORM", "wayland;xcb;offscreen");
     }
 }
 

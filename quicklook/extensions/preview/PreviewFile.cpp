@@ -53,8 +53,13 @@ std::expected<TextBeginning, QString> readTextBeginning(const std::string& path,
     QStringDecoder decoder(
         QStringConverter::encodingForData(bytes).value_or(QStringConverter::Utf8));
     beginning.text = decoder.decode(bytes);
-    // Qt's text widgets end at none of these, and show them as boxes.
     beginning.text.replace(QChar(0), QChar(QChar::ReplacementCharacter));
+    // All that the text widgets break lines at, so that lines can be counted.
+    beginning.text.replace("\r\n", "\n");
+    for (const QChar lineBreak :
+         {QChar('\r'), QChar(QChar::LineSeparator), QChar(QChar::ParagraphSeparator)}) {
+        beginning.text.replace(lineBreak, '\n');
+    }
     return beginning;
 }
 

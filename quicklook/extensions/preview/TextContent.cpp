@@ -7,6 +7,8 @@
 #include <QTextBrowser>
 #include <QTextDocument>
 
+#include <algorithm>
+
 namespace peekmend {
 
 namespace {
@@ -20,6 +22,10 @@ constexpr qint64 markdownLimit = qint64{32} * 1024;
 constexpr qsizetype lineLength = 20'000;
 constexpr qsizetype textLines = 50'000;
 constexpr qsizetype markdownLines = 4'000;
+
+/// Short rows of a table are filled up to its width, so that a wide one costs the square of its
+/// length.
+constexpr qsizetype tableColumns = 50;
 
 /// The text as far as it can be laid out in little time; longer lines are broken.
 QString bounded(const TextBeginning& beginning, qsizetype lineCount) {
@@ -44,6 +50,12 @@ QString bounded(const TextBeginning& beginning, qsizetype lineCount) {
         result += character;
     }
     return isWhole ? result : result + "\n\u2026\n";
+}
+
+bool holdsWideTable(const QString& text) {
+    const auto lines = QStringView(text).split('\n');
+    return std::ranges::any_of(lines,
+                               [](QStringView line) { return line.count('|') > tableColumns; });
 }
 
 /// A document that shows an empty image for every image and loads nothing. It hands out an image,
@@ -88,9 +100,14 @@ std::unique_ptr<QWidget> markdownContent(const std::string& path) {
     view->setOpenLinks(false);
     auto* const document = new SealedDocument(view.get());
     document->setDefaultFont(view->font());
-    document->setMarkdown(bounded(*beginning, markdownLines),
-                          QTextDocument::MarkdownFeatures(QTextDocument::MarkdownDialectGitHub) |
-                              QTextDocument::MarkdownNoHTML);
+    const QString text = bounded(*beginning, markdownLines);
+    if (holdsWideTable(text)) {
+        document->setPlainText(text);
+    } else {
+        document->setMarkdown(
+            text, QTextDocument::MarkdownFeatures(QTextDocument::MarkdownDialectGitHub) |
+                      QTextDocument::MarkdownNoHTML);
+    }
     document->setDocumentMargin(view->fontMetrics().height());
     view->setDocument(document);
     return view;

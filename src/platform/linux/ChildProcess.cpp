@@ -10,6 +10,7 @@ extern "C" {
 #include <sys/pidfd.h>
 }
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstddef>
@@ -18,15 +19,6 @@ extern "C" {
 namespace peekmend {
 
 namespace {
-
-template <typename Call>
-auto retryInterrupted(Call call) {
-    auto result = call();
-    while (result == -1 && errno == EINTR) {
-        result = call();
-    }
-    return result;
-}
 
 /// Waits for the child behind `pidfd`. 1 when it was reaped, 0 when it still runs, -1 on errors.
 int waitForChild(int pidfd, int options, siginfo_t& info) {
@@ -108,20 +100,19 @@ std::expected<Pipe, Error> makePipe() {
 std::string readToEnd(int descriptor) {
     constexpr std::size_t firstStep = std::size_t{16} * 1024;
     std::string bytes;
-    std::size_t used = 0;
-    while (true) {
-        if (used == bytes.size()) {
-            bytes.resize_and_overwrite(used == 0 ? firstStep : used * 2,
-                                       [](char*, std::size_t size) { return size; });
-        }
-        const ssize_t count = retryInterrupted(
-            [&] { return ::read(descriptor, bytes.data() + used, bytes.size() - used); });
-        if (count <= 0) {
-            bytes.resize(used);
-            return bytes;
-        }
-        used += static_cast<std::size_t>(count);
-    }
+    ssize_t count = 0;
+    do {
+        const std::size_t used = bytes.size();
+        const std::size_t capacity = bytes.capacity();
+        bytes.resize_and_overwrite(
+            used == capacity ? capacity * 2 : std::max(capacity, firstStep),
+            [&](char* data, std::size_t size) {
+                count =
+                    retryInterrupted([&] { return ::read(descriptor, data + used, size - used); });
+                return used + static_cast<std::size_t>(std::max<ssize_t>(count, 0));
+            });
+    } while (count > 0);
+    return bytes;
 }
 
 std::expected<ChildProcess, Error> ChildProcess::launch(const ChildDescription& description) {

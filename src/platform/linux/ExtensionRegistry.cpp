@@ -95,9 +95,7 @@ std::expected<void, Error> writeTo(const std::string& folder, const ExtensionReg
     for (const auto& [bundleID, election] : registry.elections) {
         document["elections"][bundleID] = election == Election::use ? "use" : "ignore";
     }
-    // Texts that are not UTF-8 become readable ones instead of an exception.
-    const std::string bytes =
-        document.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
+    const std::string bytes = document.dump(2) + "\n";
     if (bytes.size() > maximumFileSize) {
         return std::unexpected(registryError("The extension registry is full."));
     }

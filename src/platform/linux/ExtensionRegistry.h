@@ -2,6 +2,7 @@
 
 #include "platform/Error.h"
 
+#include <cstdint>
 #include <expected>
 #include <functional>
 #include <map>
@@ -11,7 +12,7 @@
 namespace peekmend {
 
 /// What the user decided about one extension. An extension without a decision has no election.
-enum class Election { use, ignore };
+enum class Election : std::uint8_t { use, ignore };
 
 /// The current user's decisions about preview extensions, kept in a file of the user's data
 /// folder.

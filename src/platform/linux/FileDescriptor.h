@@ -2,9 +2,20 @@
 
 #include <unistd.h>
 
+#include <cerrno>
 #include <utility>
 
 namespace peekmend {
+
+/// Makes a system call again as long as signals interrupt it.
+template <typename Call>
+auto retryInterrupted(Call call) {
+    auto result = call();
+    while (result == -1 && errno == EINTR) {
+        result = call();
+    }
+    return result;
+}
 
 /// Owns one open file descriptor and closes it.
 class FileDescriptor {

@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
@@ -28,30 +29,20 @@ std::unexpected<Error> failure(int number, std::string_view what, const std::str
 /// Reads until `size` bytes are there or the file ends. How many there are; -1 on errors.
 ssize_t readInto(int descriptor, char* bytes, std::size_t size) {
     std::size_t filled = 0;
-    while (filled < size) {
-        const ssize_t count = ::read(descriptor, bytes + filled, size - filled);
-        if (count > 0) {
-            filled += static_cast<std::size_t>(count);
-        } else if (count == 0) {
-            break;
-        } else if (errno != EINTR) {
-            return -1;
-        }
+    ssize_t count = 1;
+    while (filled < size && count > 0) {
+        count = retryInterrupted([&] { return ::read(descriptor, bytes + filled, size - filled); });
+        filled += static_cast<std::size_t>(std::max<ssize_t>(count, 0));
     }
-    return static_cast<ssize_t>(filled);
+    return count < 0 ? -1 : static_cast<ssize_t>(filled);
 }
 
-/// Sets errno when it fails.
-bool writeAll(int descriptor, std::string_view bytes) {
-    while (!bytes.empty()) {
-        const ssize_t written = ::write(descriptor, bytes.data(), bytes.size());
-        if (written >= 0) {
-            bytes.remove_prefix(static_cast<std::size_t>(written));
-        } else if (errno != EINTR) {
-            return false;
-        }
-    }
-    return true;
+/// Puts the entries of the folder that holds `path` on disk. The change has been made by then, and
+/// not every file system can do it: there is nothing to be told.
+void syncFolderOf(const std::string& path) {
+    const std::string folder = path.substr(0, path.rfind('/') + 1);
+    const FileDescriptor directory(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    ::fsync(directory.get());
 }
 
 } // namespace
@@ -119,6 +110,18 @@ std::expected<std::string, Error> readRegularFile(const std::string& path,
     return bytes;
 }
 
+bool writeAll(int descriptor, std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t written =
+            retryInterrupted([&] { return ::write(descriptor, bytes.data(), bytes.size()); });
+        if (written < 0) {
+            return false;
+        }
+        bytes.remove_prefix(static_cast<std::size_t>(written));
+    }
+    return true;
+}
+
 std::expected<void, Error> createFolders(const std::string& folder) {
     for (std::size_t end = folder.find('/', 1);; end = folder.find('/', end + 1)) {
         const std::string parent = folder.substr(0, end);
@@ -166,11 +169,15 @@ std::expected<void, Error> replaceFile(const std::string& path, std::string_view
         ::unlink(aside.c_str());
         return failure(number, what, path);
     }
-    const std::string folder = path.substr(0, path.rfind('/') + 1);
-    const FileDescriptor directory(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!directory || ::fsync(directory.get()) != 0) {
-        return failure(errno, what, folder);
+    syncFolderOf(path);
+    return {};
+}
+
+std::expected<void, Error> removeFile(const std::string& path) {
+    if (::unlink(path.c_str()) != 0) {
+        return failure(errno, "Couldn't remove", path);
     }
+    syncFolderOf(path);
     return {};
 }
 

@@ -24,6 +24,9 @@ namespace peekmend {
 [[nodiscard]] std::expected<std::string, Error> readRegularFile(const std::string& path,
                                                                 std::size_t maximumSize);
 
+/// Writes all of `bytes`. False, with errno set, when that fails.
+[[nodiscard]] bool writeAll(int descriptor, std::string_view bytes);
+
 /// Creates the folder and those above it, for the current user alone.
 [[nodiscard]] std::expected<void, Error> createFolders(const std::string& folder);
 
@@ -36,5 +39,8 @@ namespace peekmend {
 /// new file stands there whole; it is on disk when the call returns. Callers hold a lock.
 [[nodiscard]] std::expected<void, Error> replaceFile(const std::string& path,
                                                      std::string_view bytes);
+
+/// Removes the file at `path`, on disk as well when the call returns.
+[[nodiscard]] std::expected<void, Error> removeFile(const std::string& path);
 
 } // namespace peekmend

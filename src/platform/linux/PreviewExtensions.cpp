@@ -93,8 +93,8 @@ public:
     [[nodiscard]] std::vector<std::string> takeFound() { return std::move(m_found); }
 
 private:
-    void addExtension(const std::string& path, bool mayBeNoFolder) {
-        if ((!mayBeNoFolder || isFolder(path)) && m_paths.insert(path).second) {
+    void addExtension(const std::string& path, bool isLink) {
+        if ((!isLink || isFolder(path)) && m_paths.insert(path).second) {
             m_found.push_back(path);
         }
     }
@@ -147,16 +147,8 @@ private:
 };
 
 Error bundleError(const std::string& bundlePath, std::string_view reason) {
-    std::string message = "The bundle at \"" + bundlePath + "\" is left out: ";
-    message += reason;
-    // The message goes to terminals and logs, which the bundle's path must not command.
-    std::ranges::replace_if(
-        message,
-        [](char character) {
-            return static_cast<unsigned char>(character) < 0x20 || character == 0x7F;
-        },
-        '?');
-    return {"PreviewExtensions", 1, std::move(message)};
+    return {"PreviewExtensions", 1,
+            "The bundle at \"" + bundlePath + "\" is left out: " + std::string(reason)};
 }
 
 std::string stringAt(const PropertyList::Value& dictionary, std::string_view key) {
@@ -189,20 +181,25 @@ std::vector<std::string> discoverExtensionBundles(const std::vector<std::string>
 }
 
 bool isListableText(std::string_view text) {
-    if (text.size() > maximumTextLength || !isValidUtf8(text)) {
-        return false;
-    }
+    return text.size() <= maximumTextLength && asShown(text) == text;
+}
+
+std::string asShown(std::string_view text) {
+    std::string shown(text);
+    const bool isText = isValidUtf8(text);
     for (std::size_t index = 0; index < text.size(); ++index) {
         const auto byte = static_cast<std::uint8_t>(text[index]);
         // U+0080 to U+009F are control characters too; U+2028 and U+2029 are line breaks.
-        if (byte < 0x20 || byte == 0x7F ||
-            (byte == 0xC2 && static_cast<std::uint8_t>(text[index + 1]) < 0xA0) ||
-            (byte == 0xE2 && (text.substr(index, 3) == "\xE2\x80\xA8" ||
-                              text.substr(index, 3) == "\xE2\x80\xA9"))) {
-            return false;
-        }
+        const std::size_t length =
+            byte < 0x20 || byte == 0x7F || (byte >= 0x80 && !isText)            ? 1
+            : byte == 0xC2 && static_cast<std::uint8_t>(text[index + 1]) < 0xA0 ? 2
+            : byte == 0xE2 && (text.substr(index, 3) == "\xE2\x80\xA8" ||
+                               text.substr(index, 3) == "\xE2\x80\xA9")
+                ? 3
+                : 0;
+        std::fill_n(shown.begin() + static_cast<std::ptrdiff_t>(index), length, '?');
     }
-    return true;
+    return shown;
 }
 
 bool isListableIdentifier(std::string_view identifier) {
@@ -223,17 +220,12 @@ bool isListableIdentifier(std::string_view identifier) {
 
 std::expected<std::optional<PreviewExtension>, Error>
 readPreviewExtension(const std::string& bundlePath) {
-    // Nearly every bundle has the folders of the first form, so that it is tried without asking.
-    auto list = PropertyList::read(bundlePath + "/Contents/Info.plist");
-    const bool isFlat = !list;
-    if (isFlat) {
-        list = readBundleInfo(FileURL(bundlePath));
-    }
-    if (!list) {
+    const auto info = readBundleInfo(FileURL(bundlePath));
+    if (!info) {
         return std::unexpected(
             bundleError(bundlePath, "its Info.plist is missing, damaged or too large."));
     }
-    const PropertyList::Value root = list->root();
+    const PropertyList::Value root = info->list.root();
     const auto extension = root.at("NSExtension");
     if (!extension || stringAt(*extension, "NSExtensionPointIdentifier") != previewExtensionPoint) {
         return std::nullopt;
@@ -260,13 +252,9 @@ readPreviewExtension(const std::string& bundlePath) {
     }
     const std::string program = stringAt(root, "CFBundleExecutable");
     if (isFileName(program)) {
-        result.executable = bundlePath + (isFlat ? "/" : "/Contents/MacOS/") + program;
+        result.executable = bundlePath + (info->isFlat ? "/" : "/Contents/MacOS/") + program;
     }
-    if (const auto attributes = extension->at("NSExtensionAttributes")) {
-        if (const auto types = attributes->at("QLSupportedContentTypes")) {
-            result.contentTypes = types->strings().value_or(std::vector<std::string>());
-        }
-    }
+    result.contentTypes = declaredContentTypes(*info);
     return result;
 }
 

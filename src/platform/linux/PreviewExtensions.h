@@ -50,6 +50,10 @@ discoverExtensionBundles(const std::vector<std::string>& places);
 /// control characters.
 [[nodiscard]] bool isListableText(std::string_view text);
 
+/// `text` as it may be shown on a terminal, which a bundle's path or a file's name must not
+/// command: each byte of control characters and of what is not UTF-8 becomes "?".
+[[nodiscard]] std::string asShown(std::string_view text);
+
 /// Whether a line of the listing can carry the bundle identifier so that it is read back the same:
 /// listable text with a ".", without blanks and parentheses, and without "+" or "-" at its start.
 [[nodiscard]] bool isListableIdentifier(std::string_view identifier);

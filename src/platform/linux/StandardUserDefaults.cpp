@@ -2,8 +2,6 @@
 
 #include "platform/linux/FileStorage.h"
 
-#include <unistd.h>
-
 #include <cstddef>
 
 namespace peekmend {
@@ -16,24 +14,30 @@ constexpr std::size_t maximumDataSize = std::size_t{4} * 1024 * 1024;
 } // namespace
 
 StandardUserDefaults::StandardUserDefaults()
-    : StandardUserDefaults(userDataFolder().value_or("") + "/defaults") {}
+    : m_folder(userDataFolder().transform(
+          [](const std::string& folder) { return folder + "/defaults"; })) {}
 
 std::optional<std::string> StandardUserDefaults::dataForKey(const std::string& key) const {
-    auto data = readRegularFile(m_folder + "/" + key, maximumDataSize);
+    if (!m_folder) {
+        return std::nullopt;
+    }
+    auto data = readRegularFile(*m_folder + "/" + key, maximumDataSize);
     return data ? std::optional(*std::move(data)) : std::nullopt;
 }
 
 void StandardUserDefaults::setDataForKey(const std::string& key, const std::string& data) {
-    if (!createFolders(m_folder)) {
+    if (!m_folder || !createFolders(*m_folder)) {
         return;
     }
-    if (const auto lock = lockFile(m_folder + "/lock")) {
-        (void)replaceFile(m_folder + "/" + key, data);
+    if (const auto lock = lockFile(*m_folder + "/lock")) {
+        (void)replaceFile(*m_folder + "/" + key, data);
     }
 }
 
 void StandardUserDefaults::removeObjectForKey(const std::string& key) {
-    ::unlink((m_folder + "/" + key).c_str());
+    if (m_folder) {
+        (void)removeFile(*m_folder + "/" + key);
+    }
 }
 
 } // namespace peekmend

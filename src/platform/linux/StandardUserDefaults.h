@@ -11,7 +11,8 @@ public:
     /// Keeps the values in `folder`, an absolute path, which is created when needed.
     explicit StandardUserDefaults(std::string folder) : m_folder(std::move(folder)) {}
 
-    /// Keeps them with what else the program keeps for the current user.
+    /// Keeps them with what else the program keeps for the current user; nowhere when there is no
+    /// place for that.
     StandardUserDefaults();
 
     [[nodiscard]] std::optional<std::string> dataForKey(const std::string& key) const override;
@@ -19,7 +20,7 @@ public:
     void removeObjectForKey(const std::string& key) override;
 
 private:
-    std::string m_folder;
+    std::optional<std::string> m_folder;
 };
 
 } // namespace peekmend

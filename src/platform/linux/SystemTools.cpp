@@ -11,12 +11,11 @@ namespace peekmend {
 
 namespace {
 
-/// Our own tools' folder. It stands beside the one that holds the running program, both where
-/// the program is installed and where it is built.
+/// Our own tools' folder stands beside the one that holds the running program, both where the
+/// program is installed and where it is built.
 std::string ownTool(const std::string& name) {
-    std::error_code error;
-    const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
-    return (program.parent_path().parent_path() / "libexec" / "peekmend" / name).string();
+    const std::filesystem::path programs = programFolder();
+    return (programs.parent_path() / "libexec/peekmend" / name).string();
 }
 
 std::string systemOrOwn(const std::string& name) {
@@ -30,11 +29,17 @@ struct Replacement {
 };
 
 Replacement& replacement() {
-    static Replacement instance;
+    // Never destroyed: a diagnosis may still run when the program ends.
+    static auto& instance = *new Replacement;
     return instance;
 }
 
 } // namespace
+
+std::string programFolder() {
+    std::error_code error;
+    return std::filesystem::read_symlink("/proc/self/exe", error).parent_path().string();
+}
 
 SystemTools SystemTools::current() {
     const std::scoped_lock lock(replacement().mutex);

@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <functional>
 #include <memory>
+#include <ranges>
 #include <unordered_set>
 
 namespace peekmend {
@@ -30,10 +31,14 @@ std::string_view extensionOf(std::string_view path) {
     return extension.contains(' ') ? std::string_view() : extension;
 }
 
+/// What no list of a real application exceeds.
+constexpr std::size_t maximumDeclarationCount = 1000;
+constexpr std::size_t maximumIdentifierSize = 255;
+
 /// Identifiers come from other people's bundles and end up in lists and reports.
 bool isPlausibleIdentifier(const std::string& identifier) {
-    return !identifier.empty() && isValidUtf8(identifier) &&
-           std::ranges::none_of(identifier, [](char character) {
+    return !identifier.empty() && identifier.size() <= maximumIdentifierSize &&
+           isValidUtf8(identifier) && std::ranges::none_of(identifier, [](char character) {
                const auto byte = static_cast<unsigned char>(character);
                return byte <= ' ' || byte == 0x7F;
            });
@@ -50,13 +55,14 @@ std::vector<std::string> oneOrMore(const std::optional<PropertyList::Value>& val
     return value->strings().value_or(std::vector<std::string>());
 }
 
-void addDeclarations(TypeTable& table, const PropertyList& info, std::string_view key) {
+void appendDeclarations(std::vector<TypeDeclaration>& declarations, const PropertyList& info,
+                        std::string_view key) {
     const auto declared = info.root().at(key);
     const auto entries = declared ? declared->elements() : std::nullopt;
     if (!entries) {
         return;
     }
-    for (const PropertyList::Value& entry : *entries) {
+    for (const PropertyList::Value& entry : *entries | std::views::take(maximumDeclarationCount)) {
         const auto identifier = entry.at("UTTypeIdentifier");
         TypeDeclaration declaration;
         declaration.identifier = identifier ? identifier->string().value_or("") : "";
@@ -65,8 +71,9 @@ void addDeclarations(TypeTable& table, const PropertyList& info, std::string_vie
             declaration.extensions = oneOrMore(tags->at("public.filename-extension"));
         }
         std::erase_if(declaration.conformsTo, std::not_fn(isPlausibleIdentifier));
+        std::erase_if(declaration.extensions, std::not_fn(isPlausibleIdentifier));
         if (isPlausibleIdentifier(declaration.identifier)) {
-            table.add(std::move(declaration));
+            declarations.push_back(std::move(declaration));
         }
     }
 }
@@ -78,21 +85,24 @@ std::string applicationAround(const std::string& bundlePath) {
 }
 
 TypeTable declaredTypes(const std::vector<std::string>& bundlePaths) {
-    std::vector<PropertyList> lists;
+    std::vector<TypeDeclaration> exported;
+    std::vector<TypeDeclaration> imported;
     std::unordered_set<std::string> seen;
     for (const std::string& bundle : bundlePaths) {
         for (const std::string& declaring : {applicationAround(bundle), bundle}) {
-            if (!declaring.empty() && seen.insert(declaring).second) {
-                if (auto info = readBundleInfo(FileURL(declaring))) {
-                    lists.push_back(*std::move(info));
-                }
+            if (declaring.empty() || !seen.insert(declaring).second) {
+                continue;
+            }
+            if (const auto info = readBundleInfo(FileURL(declaring))) {
+                appendDeclarations(exported, info->list, "UTExportedTypeDeclarations");
+                appendDeclarations(imported, info->list, "UTImportedTypeDeclarations");
             }
         }
     }
     TypeTable table(&builtInTypes());
-    for (const char* key : {"UTExportedTypeDeclarations", "UTImportedTypeDeclarations"}) {
-        for (const PropertyList& info : lists) {
-            addDeclarations(table, info, key);
+    for (auto* const declarations : {&exported, &imported}) {
+        for (TypeDeclaration& declaration : *declarations) {
+            table.add(std::move(declaration));
         }
     }
     return table;
@@ -177,7 +187,8 @@ SystemTypeDatabase::typeIdentifier(const FileURL& file) const {
 }
 
 const TypeDatabase& systemTypeDatabase() {
-    static const SystemTypeDatabase database([] {
+    // Never destroyed: a diagnosis may still run when the program ends.
+    static const auto& database = *new SystemTypeDatabase([] {
         // Without the registry only the places that somebody added are missed.
         const ExtensionRegistry registry = readExtensionRegistry().value_or(ExtensionRegistry());
         return discoverExtensionBundles(extensionPlaces(registry.addedPaths));
