@@ -1,232 +1,134 @@
 #include "ToolTest.h"
 
-#include <cstdint>
-#include <sstream>
+#include "platform/ChildProcess.h"
+
+#include <fcntl.h>
+#include <poll.h>
+
+#include <csignal>
 
 namespace peekmend {
 namespace {
 
-namespace fs = std::filesystem;
-
 class Qlmanage : public ToolTest {
 protected:
-    static ToolResult preview(const fs::path& file) {
-        return run(PEEKMEND_QLMANAGE, {"-p", file.string()});
+    void writeExtension(const std::string& name, const std::string& type,
+                        const std::string& script) const {
+        writeBundle("Applications/" + name + ".appex", "org." + name, "1", type, script);
     }
 
-    void writeExtension(const std::string& name, std::string_view type,
-                        std::string_view script) const {
-        writeBundle(home / "Applications" / (name + ".appex"), "org." + name, "1", type, script);
-    }
+    const std::string text = folder.write("a.txt", "");
 };
-
-/// Reads until `end` returns true for everything read so far or nobody can write any more.
-/// Returns whether that happened in time.
-template <typename End>
-bool readUntil(int descriptor, std::string& text, End end) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-    while (!end(text)) {
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
-            deadline - std::chrono::steady_clock::now());
-        pollfd watched{descriptor, POLLIN, 0};
-        if (left.count() <= 0 || ::poll(&watched, 1, static_cast<int>(left.count())) <= 0) {
-            return false;
-        }
-        std::array<char, 512> buffer{};
-        const ssize_t count = ::read(descriptor, buffer.data(), buffer.size());
-        if (count <= 0) {
-            return true;
-        }
-        text.append(buffer.data(), static_cast<std::size_t>(count));
-    }
-    return true;
-}
 
 TEST_F(Qlmanage, ChoosesAsTheSystemWould) {
     writeExtension("early.Far", "public.text", "echo early");
     writeExtension("exact.Near", "net.daringfireball.markdown", "echo exact");
     writeExtension("later.Far", "public.text", "echo later");
     writeExtension("picture.Only", "public.image", "echo picture");
-    write(home / "a.md", "");
-    write(home / "a.txt", "");
-    write(home / "a.png", "");
+    const std::string elect = "rm -rf .local; elect() { pluginkit -e $1 -i org.$2; }; ";
 
-    struct Case {
-        std::vector<std::pair<std::string, std::string>> elections;
-        std::string file;
-        std::string served;
-    };
-
-    const std::vector<Case> cases{
-        {{}, "a.md", "exact"},
-        {{}, "a.txt", "early"},
-        {{}, "a.png", "picture"},
-        {{{"exact.Near", "ignore"}}, "a.md", "early"},
-        {{{"later.Far", "use"}}, "a.md", "later"},
-        {{{"later.Far", "use"}, {"exact.Near", "use"}}, "a.md", "exact"},
-        {{{"later.Far", "use"}, {"early.Far", "use"}}, "a.md", "early"},
-        {{{"later.Far", "use"}, {"later.Far", "default"}}, "a.md", "exact"},
-        {{{"picture.Only", "use"}}, "a.md", "exact"},
-        {{{"early.Far", "ignore"}}, "a.txt", "later"},
-    };
-    for (const Case& each : cases) {
-        fs::remove_all(home / ".local");
-        for (const auto& [name, election] : each.elections) {
-            ASSERT_EQ(pluginkit({"-e", election, "-i", "org." + name}).status, 0);
-        }
-        const ToolResult result = preview(home / each.file);
-        EXPECT_EQ(result.output, each.served + "\n")
-            << each.file << " " << testing::PrintToString(each.elections) << result.errors;
-        EXPECT_EQ(result.status, 0);
+    const std::string cases[][3] = {{"", "a.md", "exact"},
+                                    {"", "a.txt", "early"},
+                                    {"", "a.png", "picture"},
+                                    {"elect ignore exact.Near;", "a.md", "early"},
+                                    {"elect use later.Far;", "a.md", "later"},
+                                    {"elect use later.Far; elect use exact.Near;", "a.md", "exact"},
+                                    {"elect use later.Far; elect use early.Far;", "a.md", "early"},
+                                    {"elect use picture.Only;", "a.md", "exact"},
+                                    {"elect ignore early.Far;", "a.txt", "later"}};
+    for (const auto& [elections, file, served] : cases) {
+        const auto result = run(elect + elections + "touch " + file + "; qlmanage -p " + file);
+        EXPECT_EQ(result.stdoutBytes, served + "\n") << elections << file;
+        EXPECT_EQ(result.exitStatus, 0);
     }
 }
 
 TEST_F(Qlmanage, StartsTheListedPathWithTheAbsoluteFile) {
-    writeBundle(home / "real/Größe.app/Contents/PlugIns/My Ext.appex", "org.x", "1", "public.text",
-                R"(printf '%s|%s|%s\n' "$0" "$1" $#)");
-    fs::create_directory_symlink(home / "real/Größe.app", home / "Applications/Link.app");
-    write(home / "file.txt", "");
-    fs::create_symlink(home / "file.txt", home / "-link.txt");
-    const ToolResult result =
-        run("/bin/sh", {"-c", "cd \"$1\" && exec \"$0\" -p -link.txt", PEEKMEND_QLMANAGE, home});
-    EXPECT_EQ(result.output,
-              home.string() +
-                  "/Applications/Link.app/Contents/PlugIns/My Ext.appex/Contents/MacOS/Preview|" +
-                  home.string() + "/-link.txt|1\n")
-        << result.errors;
+    writeBundle("real/Größe.app/Contents/PlugIns/My Ext.appex", "org.x", "1", "public.text",
+                R"(printf '%s|%s|%s' "$0" "$1" $#)");
+    const auto result =
+        run("ln -s ../real/Größe.app Applications/Link.app; ln -s a.txt ./-link.txt;"
+            "qlmanage -p -link.txt");
+    const std::string program = "Link.app/Contents/PlugIns/My Ext.appex/Contents/MacOS/Preview";
+    EXPECT_EQ(result.stdoutBytes,
+              home.string() + "/Applications/" + program + "|" + home.string() + "/-link.txt|1");
 }
 
-TEST_F(Qlmanage, EndsAsItsExtensionDoes) {
-    write(home / "a.txt", "");
-    for (const auto& [script, status] : {std::pair("exit 7", 7), {"kill -KILL $$", SIGKILL}}) {
+TEST_F(Qlmanage, EndsAsItsExtensionDoesWhateverSignalsItInherited) {
+    // The last one tells how many signals it found blocked or ignored.
+    const std::pair<std::string, int> cases[] = {{"exit 7", 7},
+                                                 {"kill -KILL $$", SIGKILL},
+                                                 {"exec '" + test::childProgram + "' signals", 0}};
+    for (const auto& [script, status] : cases) {
         writeExtension("x.X", "public.text", script);
-        EXPECT_EQ(preview(home / "a.txt").status, status) << script;
+        EXPECT_EQ(run("trap '' CHLD PIPE HUP; qlmanage -p a.txt").exitStatus, status) << script;
     }
-}
-
-TEST_F(Qlmanage, StartsItsChildWithDefaultSignals) {
-    write(home / "a.txt", "");
-    writeExtension("x.X", "public.text",
-                   "sed -nE 's/^Sig(Blk|Ign):.//p' /proc/self/status; kill -HUP $$");
-    const ToolResult result = run("/bin/sh", {"-c", "trap '' CHLD PIPE HUP; exec \"$0\" -p \"$1\"",
-                                              PEEKMEND_QLMANAGE, home / "a.txt"});
-    std::istringstream masks(result.output);
-    std::uint64_t blocked = 0;
-    std::uint64_t ignored = 0;
-    masks >> std::hex >> blocked >> ignored;
-    ASSERT_TRUE(masks) << result.output;
-    EXPECT_EQ(blocked, 0U);
-    // The highest ones belong to the C library, which does not let anybody set them.
-    EXPECT_EQ(ignored & 0x7FFFFFFFU, 0U) << result.output;
-    EXPECT_EQ(result.status, SIGHUP);
 }
 
 TEST_F(Qlmanage, TriesTheNextOneWhereOneCannotStart) {
     writeExtension("a.Broken", "public.plain-text", "echo broken");
-    fs::permissions(home / "Applications/a.Broken.appex/Contents/MacOS/Preview",
-                    fs::perms::owner_read);
     writeExtension("b.Outside", "public.plain-text", "echo inside");
-    write(home / "Applications/b.Outside.appex/Contents/outside", "#!/bin/sh\necho outside\n");
-    fs::permissions(home / "Applications/b.Outside.appex/Contents/outside", fs::perms::owner_all);
-    const fs::path info = home / "Applications/b.Outside.appex/Contents/Info.plist";
-    std::string list = test::readFile(info);
-    list.replace(list.find(">Preview<"), 9, ">../outside<");
-    write(info, list);
+    folder.writeScript("Applications/b.Outside.appex/Contents/outside", "echo outside");
     writeExtension("c.Whole", "public.text", "echo whole");
-    write(home / "a.txt", "");
-    const ToolResult result = preview(home / "a.txt");
-    EXPECT_EQ(result.output, "whole\n");
-    EXPECT_NE(result.errors.find("a.Broken.appex"), std::string::npos);
+    const auto result = run("cd Applications; chmod a-x a.Broken.appex/Contents/MacOS/Preview; sed "
+                            "-i 's|>Preview<|>../outside<|' b.Outside.appex/Contents/Info.plist; "
+                            "qlmanage -p ../a.txt");
+    EXPECT_EQ(result.stdoutBytes, "whole\n");
+    EXPECT_NE(result.stderrBytes.find("a.Broken.appex"), std::string::npos);
 }
 
-TEST_F(Qlmanage, TakesItsExtensionWithIt) {
-    write(home / "a.txt", "");
-    writeExtension("x.X", "public.text", "echo started; exec sleep 600");
-    for (const int signal : {SIGKILL, SIGTERM, SIGINT, SIGHUP}) {
-        auto output = makePipe();
-        ASSERT_TRUE(output);
+TEST_F(Qlmanage, LeavesNoExtensionBehind) {
+    const std::string pipe = folder / "pipe";
+    run("mkfifo pipe");
+    writeExtension("x.X", "public.text", "read line <~/pipe");
+    const std::pair<std::string, int> cases[] = {
+        {"exec", SIGKILL}, {"exec", SIGTERM}, {"exec", SIGINT}, {"exec", SIGHUP}, {"env", SIGKILL}};
+    for (const auto& [start, signal] : cases) {
+        SCOPED_TRACE(start + " " + std::to_string(signal));
         auto child = ChildProcess::launch(
-            {PEEKMEND_QLMANAGE, {"-p", home / "a.txt"}, output->writeEnd.get(), std::nullopt});
+            {"/bin/sh", {"-c", start + " qlmanage -p \"$0\"; exit", text}, {}, {}});
         ASSERT_TRUE(child);
-        output->writeEnd.reset();
-        std::string text;
-        ASSERT_TRUE(readUntil(output->readEnd.get(), text,
-                              [](const std::string& read) { return read == "started\n"; }));
+        // Can be opened once the extension reads, and tells when nobody does any more.
+        FileDescriptor writeEnd;
+        ASSERT_TRUE(test::eventually([&] {
+            writeEnd = FileDescriptor(::open(pipe.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC));
+            return writeEnd.get() >= 0;
+        }));
         child->send(signal);
-        // The pipe ends when the last process that holds it has gone.
-        EXPECT_TRUE(readUntil(output->readEnd.get(), text, [](const std::string&) {
-            return false;
-        })) << signal;
+        pollfd watched{writeEnd.get(), 0, 0};
+        EXPECT_EQ(::poll(&watched, 1, 60'000), 1);
+        writeEnd.reset();
         EXPECT_EQ(child->waitUntilExit(), signal);
     }
 }
 
-TEST_F(Qlmanage, DoesNotOutliveWhoStartedIt) {
-    write(home / "a.txt", "");
-    writeExtension("x.X", "public.text", "echo started; exec sleep 600");
-    auto output = makePipe();
-    ASSERT_TRUE(output);
-    auto shell = ChildProcess::launch(
-        {"/bin/sh",
-         {"-c", "\"$0\" -p \"$1\"; echo not reached", PEEKMEND_QLMANAGE, home / "a.txt"},
-         output->writeEnd.get(),
-         std::nullopt});
-    ASSERT_TRUE(shell);
-    output->writeEnd.reset();
-    std::string text;
-    ASSERT_TRUE(readUntil(output->readEnd.get(), text,
-                          [](const std::string& read) { return read == "started\n"; }));
-    shell->send(SIGKILL);
-    EXPECT_TRUE(readUntil(output->readEnd.get(), text, [](const std::string&) { return false; }));
-    EXPECT_EQ(text, "started\n");
-}
-
 TEST_F(Qlmanage, FallsBackToThePlainPreview) {
-    write(home / "a.unknown-kind", "");
-    const fs::path copy = home / "tools/qlmanage";
-    fs::create_directory(home / "tools");
-    fs::copy_file(PEEKMEND_QLMANAGE, copy);
     // Without the neighbour there is a message; with it, it is started with the file.
-    const ToolResult alone = run(copy, {"-p", home / "a.unknown-kind"});
-    EXPECT_EQ(alone.status, 1);
-    EXPECT_NE(alone.errors.find("plain-preview"), std::string::npos);
-    write(home / "tools/plain-preview", "#!/bin/sh\necho \"plain $1\"\n");
-    fs::permissions(home / "tools/plain-preview", fs::perms::owner_all);
-    EXPECT_EQ(run(copy, {"-p", home / "a.unknown-kind"}).output,
-              "plain " + (home / "a.unknown-kind").string() + "\n");
+    const std::string preview = "touch a.unknown-kind; ./copies/qlmanage -p a.unknown-kind";
+    const auto alone = run("mkdir copies; cp '" PEEKMEND_QLMANAGE "' copies; " + preview);
+    EXPECT_EQ(alone.exitStatus, 1);
+    EXPECT_NE(alone.stderrBytes.find("plain-preview"), std::string::npos);
+    folder.writeScript("copies/plain-preview", "echo plain \"$1\"");
+    EXPECT_EQ(run(preview).stdoutBytes, "plain " + home.string() + "/a.unknown-kind\n");
 }
 
 TEST_F(Qlmanage, ShowsWithoutElectionsWhatItCannotRead) {
-    write(home / "a.txt", "");
-    write(home / ".local/share/peekmend/registry.json", "damaged");
+    folder.write(".local/share/peekmend/registry.json", "damaged");
     writeExtension("x.X", "public.text", "echo shown");
-    const ToolResult result = preview(home / "a.txt");
-    EXPECT_EQ(result.output, "shown\n");
-    EXPECT_NE(result.errors.find("registry.json"), std::string::npos);
+    const auto result = run("qlmanage -p a.txt");
+    EXPECT_EQ(result.stdoutBytes, "shown\n");
+    EXPECT_NE(result.stderrBytes.find("registry.json"), std::string::npos);
 }
 
 TEST_F(Qlmanage, AnswersForItsArguments) {
-    struct Case {
-        std::vector<std::string> arguments;
-        int status;
-        bool silent;
-    };
-
-    const std::vector<Case> cases{
-        {{"-r"}, 0, true},
-        {{"-r", "cache"}, 0, true},
-        {{"-p", home / "missing"}, 1, false},
-        {{"-r", "other"}, 64, false},
-        {{"-p"}, 64, false},
-        {{"-p", ""}, 64, false},
-        {{"-p", home / "a", home / "b"}, 64, false},
-        {{}, 64, false},
-    };
-    for (const Case& each : cases) {
-        const ToolResult result = run(PEEKMEND_QLMANAGE, each.arguments);
-        EXPECT_EQ(result.status, each.status) << testing::PrintToString(each.arguments);
-        EXPECT_EQ(result.output, "");
-        EXPECT_EQ(result.errors.empty(), each.silent) << result.errors;
+    const std::pair<std::string, int> cases[] = {
+        {"-r", 0},  {"-r cache", 0}, {"-p missing", 1},      {"-r other", 64},
+        {"-p", 64}, {"-p ''", 64},   {"-p a.txt a.txt", 64}, {"", 64}};
+    for (const auto& [arguments, status] : cases) {
+        const auto result = run("qlmanage " + arguments);
+        EXPECT_EQ(result.exitStatus, status) << arguments;
+        EXPECT_EQ(result.stdoutBytes, "");
+        EXPECT_EQ(result.stderrBytes.empty(), status == 0) << result.stderrBytes;
     }
 }
 
