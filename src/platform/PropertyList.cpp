@@ -59,24 +59,23 @@ bool appendUtf8(std::string& text, std::uint32_t character) {
     const auto appendTrailing = [&](unsigned shift) {
         append(0x80U | ((character >> shift) & 0x3FU));
     };
+    if (character > 0x10FFFF || (character >= 0xD800 && character <= 0xDFFF)) {
+        return false;
+    }
     if (character < 0x80) {
         append(character);
     } else if (character < 0x800) {
         append(0xC0U | (character >> 6U));
         appendTrailing(0);
-    } else if (character >= 0xD800 && character <= 0xDFFF) {
-        return false;
     } else if (character < 0x10000) {
         append(0xE0U | (character >> 12U));
         appendTrailing(6);
         appendTrailing(0);
-    } else if (character <= 0x10FFFF) {
+    } else {
         append(0xF0U | (character >> 18U));
         appendTrailing(12);
         appendTrailing(6);
         appendTrailing(0);
-    } else {
-        return false;
     }
     return true;
 }

@@ -65,7 +65,7 @@ public:
     using QTextDocument::QTextDocument;
 
 protected:
-    QVariant loadResource(int type, const QUrl&) override {
+    QVariant loadResource(int type, const QUrl& /*url*/) override {
         if (type != QTextDocument::ImageResource) {
             return {};
         }

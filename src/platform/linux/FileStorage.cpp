@@ -42,7 +42,9 @@ ssize_t readInto(int descriptor, char* bytes, std::size_t size) {
 void syncFolderOf(const std::string& path) {
     const std::string folder = path.substr(0, path.rfind('/') + 1);
     const FileDescriptor directory(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    ::fsync(directory.get());
+    if (directory) {
+        ::fsync(directory.get());
+    }
 }
 
 } // namespace
