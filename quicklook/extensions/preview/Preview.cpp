@@ -15,11 +15,19 @@ namespace peekmend {
 namespace {
 
 void choosePlatform() {
-    // Without a display that can be opened, the preview still runs, so that it can be seen which
-    // one it is.
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
-        qputenv("QT_QPA_PLATFORM", "wayland;xcb;offscreen");
+    if (!qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
+        return;
     }
+    // Without a display that can be opened, the preview still runs, so that it can be seen which
+    // one it is. The toolkit tries these in turn.
+    QByteArray platforms = "offscreen";
+    if (!qEnvironmentVariableIsEmpty("DISPLAY")) {
+        platforms.prepend("xcb;");
+    }
+    if (!qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
+        platforms.prepend("wayland;");
+    }
+    qputenv("QT_QPA_PLATFORM", platforms);
 }
 
 } // namespace
