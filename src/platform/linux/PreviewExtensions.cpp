@@ -151,6 +151,19 @@ Error bundleError(const std::string& bundlePath, std::string_view reason) {
             "The bundle at \"" + bundlePath + "\" is left out: " + std::string(reason)};
 }
 
+/// The length of the control character or line break that UTF-8 text begins with, in bytes; 0
+/// where it begins with neither.
+std::size_t controlLength(std::string_view text) {
+    const auto byteAt = [&](std::size_t index) { return static_cast<std::uint8_t>(text[index]); };
+    if (byteAt(0) < 0x20 || byteAt(0) == 0x7F) {
+        return 1;
+    }
+    if (byteAt(0) == 0xC2 && byteAt(1) < 0xA0) { // U+0080 to U+009F
+        return 2;
+    }
+    return text.starts_with("\u2028") || text.starts_with("\u2029") ? 3 : 0;
+}
+
 std::string stringAt(const PropertyList::Value& dictionary, std::string_view key) {
     const auto value = dictionary.at(key);
     return value ? value->string().value_or("") : "";
@@ -186,18 +199,13 @@ bool isListableText(std::string_view text) {
 
 std::string asShown(std::string_view text) {
     std::string shown(text);
-    const bool isText = isValidUtf8(text);
-    for (std::size_t index = 0; index < text.size(); ++index) {
-        const auto byte = static_cast<std::uint8_t>(text[index]);
-        // U+0080 to U+009F are control characters too; U+2028 and U+2029 are line breaks.
-        const std::size_t length =
-            byte < 0x20 || byte == 0x7F || (byte >= 0x80 && !isText)            ? 1
-            : byte == 0xC2 && static_cast<std::uint8_t>(text[index + 1]) < 0xA0 ? 2
-            : byte == 0xE2 && (text.substr(index, 3) == "\xE2\x80\xA8" ||
-                               text.substr(index, 3) == "\xE2\x80\xA9")
-                ? 3
-                : 0;
-        std::fill_n(shown.begin() + static_cast<std::ptrdiff_t>(index), length, '?');
+    if (!isValidUtf8(text)) {
+        std::ranges::replace_if(
+            shown, [](char byte) { return static_cast<std::uint8_t>(byte) >= 0x80; }, '?');
+    }
+    for (std::size_t index = 0; index < shown.size(); ++index) {
+        const std::size_t length = controlLength(std::string_view(shown).substr(index));
+        shown.replace(index, length, length, '?');
     }
     return shown;
 }
