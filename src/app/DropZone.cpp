@@ -1,0 +1,131 @@
+#include "app/DropZone.h"
+
+#include "app/Style.h"
+#include "app/Widgets.h"
+#include "app/model/DroppedFiles.h"
+
+#include <QDragEnterEvent>
+#include <QMimeData>
+#include <QPainter>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+namespace peekmend {
+
+namespace {
+
+constexpr int symbolSize = 28;
+constexpr double cornerRadius = 10;
+constexpr double borderWidth = 1.5;
+constexpr double dashLength = 5;
+constexpr float targetedFillOpacity = 0.15F;
+constexpr float borderOpacity = 0.3F;
+
+std::vector<std::optional<FileURL>> filesIn(const QMimeData& data) {
+    // The bytes as they were sent: an address object would change names that are not UTF-8.
+    const QByteArray list = data.data("text/uri-list");
+    return droppedFiles({list.constData(), static_cast<std::size_t>(list.size())});
+}
+
+} // namespace
+
+DropZone::DropZone()
+    : m_symbol(new QLabel), m_title(new ElidedLabel(QString(), TextRole::headline)),
+      m_path(new ElidedLabel(QString(), TextRole::caption, ColourRole::secondary)) {
+    setAccessibleRole(*this, QAccessible::Grouping);
+    setAccessibleName("Drop zone");
+    setAcceptDrops(true);
+    setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
+
+    m_symbol->setAlignment(Qt::AlignCenter);
+    m_symbol->setAccessibleName("Document");
+    for (ElidedLabel* const label : {m_title, m_path}) {
+        label->setAlignment(Qt::AlignCenter);
+        label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
+    }
+    auto* const choose = new QPushButton("Choose F&ile\u2026");
+    choose->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+    connect(choose, &QPushButton::clicked, this, [this] { onChoose(); });
+
+    auto* const column = new QVBoxLayout(this);
+    column->setContentsMargins(spacing::page, spacing::page, spacing::page, spacing::page);
+    column->setSpacing(spacing::item);
+    column->addWidget(m_symbol);
+    column->addWidget(m_title);
+    column->addWidget(m_path);
+    column->addWidget(choose, 0, Qt::AlignHCenter);
+    updateSymbol();
+}
+
+void DropZone::render(const std::optional<FileURL>& fileURL, bool isDropTargeted) {
+    if (fileURL) {
+        const std::string& path = fileURL->path();
+        const std::string name = path.substr(path.rfind('/') + 1);
+        m_title->setWholeText(shown(name.empty() ? path : name));
+        m_path->setWholeText(shown(path));
+    } else {
+        m_title->setWholeText("Drop a file here");
+    }
+    m_path->setVisible(fileURL.has_value());
+    if (m_isDropTargeted != isDropTargeted) {
+        m_isDropTargeted = isDropTargeted;
+        update();
+    }
+}
+
+void DropZone::dragEnterEvent(QDragEnterEvent* event) {
+    if (!filesIn(*event->mimeData()).empty()) {
+        event->setDropAction(Qt::CopyAction);
+        event->accept();
+        onTargeted(true);
+    }
+}
+
+void DropZone::dragLeaveEvent(QDragLeaveEvent* /*event*/) {
+    onTargeted(false);
+}
+
+void DropZone::dropEvent(QDropEvent* event) {
+    onTargeted(false);
+    event->setDropAction(Qt::CopyAction);
+    event->setAccepted(onDrop(filesIn(*event->mimeData())));
+}
+
+void DropZone::paintEvent(QPaintEvent* /*event*/) {
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    const QColor accent = palette().color(QPalette::Highlight);
+    QColor fill = palette().color(QPalette::Base);
+    QColor border = roleColour(ColourRole::secondary);
+    if (m_isDropTargeted) {
+        fill = border = accent;
+        fill.setAlphaF(targetedFillOpacity);
+    } else {
+        border.setAlphaF(borderOpacity);
+    }
+    QPen pen(border, borderWidth);
+    // The pattern counts in widths of the pen.
+    pen.setDashPattern({dashLength / borderWidth, dashLength / borderWidth});
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(fill);
+    painter.drawRoundedRect(rect(), cornerRadius, cornerRadius);
+    painter.setPen(pen);
+    painter.setBrush(Qt::NoBrush);
+    constexpr double inset = borderWidth / 2;
+    painter.drawRoundedRect(QRectF(rect()).adjusted(inset, inset, -inset, -inset),
+                            cornerRadius - inset, cornerRadius - inset);
+}
+
+void DropZone::changeEvent(QEvent* event) {
+    QWidget::changeEvent(event);
+    if (changesRoles(event->type())) {
+        updateSymbol();
+    }
+}
+
+void DropZone::updateSymbol() {
+    m_symbol->setPixmap(
+        symbol("document").pixmap({symbolSize, symbolSize}, devicePixelRatioF(), QIcon::Disabled));
+}
+
+} // namespace peekmend

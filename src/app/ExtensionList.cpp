@@ -1,0 +1,424 @@
+#include "app/ExtensionList.h"
+
+#include "app/Style.h"
+#include "app/Widgets.h"
+#include "app/model/ExtensionsViewModel.h"
+#include "app/model/Texts.h"
+
+#include <QHBoxLayout>
+#include <QKeyEvent>
+#include <QPainter>
+#include <QPushButton>
+#include <QScrollBar>
+#include <QStyleOptionFocusRect>
+#include <QVBoxLayout>
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace peekmend {
+
+namespace {
+
+constexpr int glyphWidth = 16;
+constexpr int rowPadding = 4;
+
+struct ElectionButton {
+    const char* text;
+    const char* election;
+};
+
+constexpr std::array<ElectionButton, 3> electionButtons = {{
+    {"Use", "use"},
+    {"Default", "default"},
+    {"Ignore", "ignore"},
+}};
+
+constexpr int lastButton = static_cast<int>(electionButtons.size()) - 1;
+
+} // namespace
+
+/// One row in sight.
+class ExtensionRow : public QWidget {
+public:
+    explicit ExtensionRow(QWidget* parent)
+        : QWidget(parent), m_glyph(new Label(QString(), TextRole::body)),
+          m_identifier(new ElidedLabel(QString(), TextRole::bodyMedium)),
+          m_version(new ElidedLabel(QString(), TextRole::caption, ColourRole::secondary)),
+          m_path(new ElidedLabel(QString(), TextRole::caption, ColourRole::secondary)) {
+        setAccessibleRole(*this, QAccessible::ListItem);
+        m_glyph->setFixedWidth(glyphWidth);
+        m_glyph->setAlignment(Qt::AlignCenter);
+        for (ElidedLabel* const label : {m_identifier, m_path}) {
+            label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
+        }
+        m_version->setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Fixed);
+
+        auto* const detail = new QHBoxLayout;
+        detail->setSpacing(spacing::small);
+        detail->addWidget(m_version);
+        detail->addWidget(m_path, 1);
+        auto* const texts = new QVBoxLayout;
+        texts->setSpacing(spacing::tight);
+        texts->addWidget(m_identifier);
+        texts->addLayout(detail);
+        auto* const buttons = new QHBoxLayout;
+        buttons->setSpacing(spacing::small);
+        for (std::size_t i = 0; i < electionButtons.size(); ++i) {
+            m_buttons.at(i) = new QPushButton(electionButtons.at(i).text);
+            m_buttons.at(i)->setAutoDefault(false);
+            buttons->addWidget(m_buttons.at(i));
+        }
+        auto* const row = new QHBoxLayout(this);
+        row->setContentsMargins(spacing::item, rowPadding, spacing::item, rowPadding);
+        row->setSpacing(spacing::item);
+        row->addWidget(m_glyph);
+        row->addLayout(texts, 1);
+        row->addLayout(buttons);
+        fitToFont();
+    }
+
+    [[nodiscard]] const std::array<QPushButton*, electionButtons.size()>& buttons() const {
+        return m_buttons;
+    }
+
+    [[nodiscard]] const QLExtensionRecord& record() const { return m_record; }
+
+    [[nodiscard]] int index() const { return m_index; }
+
+    /// The button that has the focus; -1 when none has.
+    [[nodiscard]] int focusedButton() const {
+        const auto found =
+            std::ranges::find_if(m_buttons, [](const auto* button) { return button->hasFocus(); });
+        return found == m_buttons.end() ? -1 : static_cast<int>(found - m_buttons.begin());
+    }
+
+    /// Gives the focus to this button, or to another of the row where it is disabled.
+    void focusButton(int button) {
+        const auto count = static_cast<int>(m_buttons.size());
+        for (int step = 0; step < count; ++step) {
+            QPushButton* const candidate =
+                m_buttons.at(static_cast<std::size_t>((button + step) % count));
+            if (candidate->isEnabled()) {
+                candidate->setFocus(Qt::TabFocusReason);
+                return;
+            }
+        }
+    }
+
+    void setTabStop(bool isTabStop) {
+        for (QPushButton* const button : m_buttons) {
+            button->setFocusPolicy(isTabStop ? Qt::StrongFocus : Qt::ClickFocus);
+        }
+    }
+
+    void show(int index, std::size_t count, const QLExtensionRecord& record) {
+        const bool isOther = index != m_index || record.bundleID != m_record.bundleID ||
+                             record.path != m_record.path;
+        m_index = index;
+        setAccessibleDescription(QString("%1 of %2").arg(index + 1).arg(count));
+        if (!isOther && record == m_record && m_isFilled) {
+            return;
+        }
+        m_isFilled = true;
+        m_record = record;
+        const QString identifier = shown(record.bundleID);
+        setAccessibleName(identifier + ", " + shown(textValue(record.state)));
+        m_glyph->setText(shown(stateBadge(record.state)));
+        m_glyph->setAccessibleName(shown(textValue(record.state)));
+        m_glyph->setColourRole(stateColour(record.state));
+        m_identifier->setWholeText(identifier);
+        m_version->setWholeText(shown(record.version.value_or(std::string())));
+        m_version->setVisible(record.version.has_value());
+        m_path->setWholeText(shown(record.path.value_or(std::string())));
+        const int focused = focusedButton();
+        for (std::size_t i = 0; i < m_buttons.size(); ++i) {
+            QPushButton& button = *m_buttons.at(i);
+            if (isOther) {
+                // A press that began on another record must not become a click on this one.
+                button.setDown(false);
+            }
+            button.setAccessibleName(QString(electionButtons.at(i).text) + " " + identifier);
+            if (canElect(record, electionButtons.at(i).election)) {
+                button.setEnabled(true);
+            }
+        }
+        // The focus goes to another button of the row before its own is disabled.
+        for (std::size_t i = 0; i < m_buttons.size(); ++i) {
+            if (!canElect(record, electionButtons.at(i).election)) {
+                if (static_cast<int>(i) == focused) {
+                    focusButton(focused + 1);
+                }
+                m_buttons.at(i)->setEnabled(false);
+            }
+        }
+    }
+
+    void fitToFont() {
+        const QFont font = roleFont(TextRole::caption);
+        for (QPushButton* const button : m_buttons) {
+            button->setFont(font);
+        }
+        constexpr int versionCharacters = 24;
+        m_version->setMaximumWidth(m_version->fontMetrics().averageCharWidth() * versionCharacters);
+    }
+
+protected:
+    void paintEvent(QPaintEvent* /*event*/) override {
+        QPainter painter(this);
+        QColor line = roleColour(ColourRole::secondary);
+        constexpr float lineOpacity = 0.25F;
+        line.setAlphaF(lineOpacity);
+        painter.fillRect(0, height() - 1, width(), 1, line);
+    }
+
+private:
+    QLExtensionRecord m_record;
+    int m_index = -1;
+    bool m_isFilled = false;
+    Label* m_glyph;
+    ElidedLabel* m_identifier;
+    ElidedLabel* m_version;
+    ElidedLabel* m_path;
+    std::array<QPushButton*, electionButtons.size()> m_buttons{};
+};
+
+ExtensionList::ExtensionList() {
+    setFocusPolicy(Qt::NoFocus);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    viewport()->setBackgroundRole(QPalette::Base);
+    viewport()->setAutoFillBackground(true);
+    setAccessibleRole(*viewport(), QAccessible::List);
+    viewport()->setAccessibleName("Quick Look preview extensions");
+    addRow();
+    measureRows();
+}
+
+void ExtensionList::setRecords(const std::vector<QLExtensionRecord>& records) {
+    if (records == m_records) {
+        return;
+    }
+    m_records = records;
+    viewport()->setAccessibleDescription(QString("%1 extensions").arg(m_records.size()));
+    placeRows();
+}
+
+void ExtensionList::addRow() {
+    auto* const row = new ExtensionRow(viewport());
+    row->hide();
+    m_rows.push_back(row);
+    for (std::size_t i = 0; i < electionButtons.size(); ++i) {
+        QPushButton* const button = row->buttons().at(i);
+        button->installEventFilter(this);
+        connect(button, &QPushButton::clicked, this, [this, row, i] {
+            // A copy, as the row may show another record when the call returns.
+            const QLExtensionRecord record = row->record();
+            onElect(record, electionButtons.at(i).election);
+        });
+    }
+}
+
+void ExtensionList::measureRows() {
+    for (ExtensionRow* const row : m_rows) {
+        row->fitToFont();
+    }
+    m_rowHeight = std::max(m_rows.front()->sizeHint().height(), 1);
+    verticalScrollBar()->setSingleStep(m_rowHeight);
+}
+
+int ExtensionList::rowAt(int y) const {
+    return (verticalScrollBar()->value() + y) / m_rowHeight;
+}
+
+ExtensionRow* ExtensionList::liveRow(int index) const {
+    if (index < 0) {
+        return nullptr;
+    }
+    ExtensionRow* const row = m_rows[static_cast<std::size_t>(index) % m_rows.size()];
+    return row->index() == index && !row->isHidden() ? row : nullptr;
+}
+
+void ExtensionList::placeRows() {
+    const int height = viewport()->height();
+    const auto count = static_cast<int>(m_records.size());
+    QScrollBar& bar = *verticalScrollBar();
+    bar.setPageStep(height);
+    bar.setRange(0, std::max((count * m_rowHeight) - height, 0));
+
+    const auto needed = static_cast<std::size_t>((height / m_rowHeight) + 2);
+    if (m_rows.size() < needed) {
+        // All rows get other records now, so none may keep the focus.
+        const bool hadFocus = viewport()->isAncestorOf(focusWidget()) && focusWidget()->hasFocus();
+        if (hadFocus) {
+            setFocus();
+        }
+        while (m_rows.size() < needed) {
+            addRow();
+        }
+        measureRows();
+    }
+
+    const int first = rowAt(0);
+    const int last = std::min(rowAt(height - 1), count - 1);
+    std::vector<bool> isUsed(m_rows.size());
+    for (int index = first; index <= last; ++index) {
+        const std::size_t slot = static_cast<std::size_t>(index) % m_rows.size();
+        ExtensionRow& row = *m_rows[slot];
+        isUsed[slot] = true;
+        if (row.index() != index && row.focusedButton() >= 0) {
+            // Pressing a key must not act on a record that has just come under the focus.
+            setFocus();
+        }
+        row.show(index, m_records.size(), m_records[static_cast<std::size_t>(index)]);
+        row.setGeometry(0, (index * m_rowHeight) - bar.value(), viewport()->width(), m_rowHeight);
+        row.setVisible(true);
+    }
+    for (std::size_t slot = 0; slot < m_rows.size(); ++slot) {
+        if (!isUsed[slot]) {
+            if (m_rows[slot]->focusedButton() >= 0) {
+                setFocus();
+            }
+            m_rows[slot]->hide();
+        }
+    }
+    const int lastWhole = std::max(rowAt(height - m_rowHeight + 1), first);
+    setCurrent(std::clamp(m_current, std::min(first, std::max(last, 0)),
+                          std::max(std::min(lastWhole, last), std::min(first, std::max(last, 0)))));
+}
+
+void ExtensionList::setCurrent(int index) {
+    m_current = index;
+    for (ExtensionRow* const row : m_rows) {
+        row->setTabStop(row->index() == index);
+    }
+}
+
+void ExtensionList::moveTo(int index, int button) {
+    if (m_records.empty()) {
+        return;
+    }
+    const int target = std::clamp(index, 0, static_cast<int>(m_records.size()) - 1);
+    QScrollBar& bar = *verticalScrollBar();
+    const int top = target * m_rowHeight;
+    // The focus leaves its row first: the row may be used for another record.
+    m_current = target;
+    if (top < bar.value()) {
+        bar.setValue(top);
+    } else if (top + m_rowHeight > bar.value() + viewport()->height()) {
+        bar.setValue(top + m_rowHeight - viewport()->height());
+    }
+    setCurrent(target);
+    if (ExtensionRow* const row = liveRow(target)) {
+        row->focusButton(button);
+    }
+}
+
+bool ExtensionList::handleKey(const QKeyEvent& event, int button) {
+    if (event.modifiers().testAnyFlags(Qt::ControlModifier | Qt::AltModifier | Qt::ShiftModifier)) {
+        return false;
+    }
+    const int page = std::max((viewport()->height() / m_rowHeight) - 1, 1);
+    const int forward = isRightToLeft() ? -1 : 1;
+    const auto moveSideways = [&](int step) {
+        if (const ExtensionRow* const row = liveRow(m_current)) {
+            for (int next = button + step; next >= 0 && next <= lastButton; next += step) {
+                if (row->buttons().at(static_cast<std::size_t>(next))->isEnabled()) {
+                    row->buttons().at(static_cast<std::size_t>(next))->setFocus(Qt::TabFocusReason);
+                    return;
+                }
+            }
+        }
+    };
+    switch (event.key()) {
+    case Qt::Key_Up:
+        moveTo(m_current - 1, button);
+        return true;
+    case Qt::Key_Down:
+        moveTo(m_current + 1, button);
+        return true;
+    case Qt::Key_PageUp:
+        moveTo(m_current - page, button);
+        return true;
+    case Qt::Key_PageDown:
+        moveTo(m_current + page, button);
+        return true;
+    case Qt::Key_Home:
+        moveTo(0, button);
+        return true;
+    case Qt::Key_End:
+        moveTo(static_cast<int>(m_records.size()) - 1, button);
+        return true;
+    case Qt::Key_Left:
+        moveSideways(-forward);
+        return true;
+    case Qt::Key_Right:
+        moveSideways(forward);
+        return true;
+    default:
+        return false;
+    }
+}
+
+bool ExtensionList::eventFilter(QObject* object, QEvent* event) {
+    if (event->type() == QEvent::KeyPress || event->type() == QEvent::FocusIn) {
+        for (const ExtensionRow* const row : m_rows) {
+            const auto& buttons = row->buttons();
+            const auto found = std::ranges::find(buttons, object);
+            if (found == buttons.end()) {
+                continue;
+            }
+            if (event->type() == QEvent::FocusIn) {
+                setCurrent(row->index());
+                return false;
+            }
+            return handleKey(*static_cast<QKeyEvent*>(event),
+                             static_cast<int>(found - buttons.begin()));
+        }
+    }
+    return QAbstractScrollArea::eventFilter(object, event);
+}
+
+void ExtensionList::keyPressEvent(QKeyEvent* event) {
+    // The focus is here when the row that had it has been scrolled out of sight.
+    if (event->key() == Qt::Key_Space || event->key() == Qt::Key_Return || !handleKey(*event, 0)) {
+        event->ignore();
+    }
+}
+
+bool ExtensionList::viewportEvent(QEvent* event) {
+    if (event->type() == QEvent::LayoutDirectionChange) {
+        placeRows();
+    }
+    return QAbstractScrollArea::viewportEvent(event);
+}
+
+void ExtensionList::changeEvent(QEvent* event) {
+    QAbstractScrollArea::changeEvent(event);
+    if (changesRoles(event->type()) || event->type() == QEvent::StyleChange) {
+        measureRows();
+        placeRows();
+    }
+}
+
+void ExtensionList::paintEvent(QPaintEvent* event) {
+    QAbstractScrollArea::paintEvent(event);
+    if (hasFocus()) {
+        QStyleOptionFocusRect option;
+        option.initFrom(viewport());
+        option.state |= QStyle::State_KeyboardFocusChange;
+        QPainter painter(viewport());
+        style()->drawPrimitive(QStyle::PE_FrameFocusRect, &option, &painter, this);
+    }
+}
+
+void ExtensionList::resizeEvent(QResizeEvent* event) {
+    QAbstractScrollArea::resizeEvent(event);
+    placeRows();
+}
+
+void ExtensionList::scrollContentsBy(int /*dx*/, int /*dy*/) {
+    placeRows();
+}
+
+} // namespace peekmend

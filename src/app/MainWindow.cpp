@@ -1,0 +1,79 @@
+#include "app/MainWindow.h"
+
+#include "app/BuildConfig.h"
+#include "app/ContentView.h"
+#include "app/Sheet.h"
+#include "app/Style.h"
+
+#include <QApplication>
+#include <QEvent>
+#include <QKeySequence>
+#include <QLayout>
+#include <QMenu>
+#include <QMenuBar>
+#include <QPushButton>
+
+#include <utility>
+
+namespace peekmend {
+
+namespace {
+
+constexpr QSize defaultSize(760, 560);
+constexpr QSize leastSize(640, 520);
+
+/// Copies what is selected in the widget that has the focus.
+void copySelection() {
+    if (QWidget* const focused = QApplication::focusWidget();
+        focused != nullptr && focused->metaObject()->indexOfMethod("copy()") >= 0) {
+        QMetaObject::invokeMethod(focused, "copy");
+    }
+}
+
+} // namespace
+
+MainWindow::MainWindow(const Services& services, Commands commands)
+    : m_commands(std::move(commands)), m_content(new ContentView(services)) {
+    setAttribute(Qt::WA_DeleteOnClose);
+    setWindowTitle("Peekmend");
+    setContextMenuPolicy(Qt::NoContextMenu);
+    addMenus();
+    setCentralWidget(m_content);
+    resize(defaultSize);
+}
+
+bool MainWindow::event(QEvent* event) {
+    const bool isHandled = QMainWindow::event(event);
+    if (event->type() == QEvent::LayoutRequest || event->type() == QEvent::Polish) {
+        // With a large font, the buttons need more.
+        setMinimumSize(layout()->totalMinimumSize().expandedTo(leastSize));
+    }
+    return isHandled;
+}
+
+void MainWindow::addMenus() {
+    QMenu* const file = menuBar()->addMenu("&File");
+    file->addAction("&New Window", QKeySequence::New, this, [this] { m_commands.openWindow(); });
+    file->addAction("&Close", QKeySequence::Close, this, [this] { close(); });
+    file->addSeparator();
+    file->addAction("&Quit", QKeySequence::Quit, this, [this] { m_commands.quit(); });
+
+    QMenu* const edit = menuBar()->addMenu("&Edit");
+    edit->addAction("&Copy", QKeySequence::Copy, this, copySelection);
+
+    QMenu* const help = menuBar()->addMenu("&Help");
+    help->addAction("&About Peekmend", this, [this] { showAbout(); });
+    help->addAction("Check for &Updates\u2026", this, [this] { m_commands.checkForUpdates(); });
+}
+
+void MainWindow::showAbout() {
+    auto* const about =
+        new Alert(this, QString("Peekmend ") + buildConfig::version,
+                  "Shows which Quick Look preview extension produces the Spacebar preview of a "
+                  "file, and why, and repairs conflicts.\n\nFree software under the MIT licence.");
+    about->setAttribute(Qt::WA_DeleteOnClose);
+    about->addRejectButton("OK");
+    about->open();
+}
+
+} // namespace peekmend

@@ -1,0 +1,80 @@
+#include "app/Sheet.h"
+
+#include "app/Style.h"
+#include "app/Widgets.h"
+
+#include <QDialogButtonBox>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+#include <algorithm>
+
+namespace peekmend {
+
+namespace {
+
+constexpr int alertWidth = 420;
+constexpr int alertTitleLimit = 80;
+constexpr int alertMessageLimit = 240;
+
+} // namespace
+
+Sheet::Sheet(QWidget* window) : QDialog(window), m_column(new QVBoxLayout(this)) {
+    setWindowTitle("Peekmend");
+    if (window != nullptr) {
+        setWindowModality(Qt::WindowModal);
+    }
+    m_column->setContentsMargins(spacing::page, spacing::page, spacing::page, spacing::page);
+    m_column->setSpacing(spacing::section);
+}
+
+void Sheet::fit() {
+    const int height = m_column->totalHeightForWidth(width());
+    setMinimumHeight(height);
+    resize(width(), height);
+}
+
+void Sheet::resizeEvent(QResizeEvent* event) {
+    QDialog::resizeEvent(event);
+    setMinimumHeight(m_column->totalHeightForWidth(width()));
+}
+
+Alert::Alert(QWidget* window, const QString& title, const QString& message)
+    : Sheet(window), m_message(new TextBlock(TextRole::body)), m_buttons(new QDialogButtonBox) {
+    setAccessibleRole(*this, QAccessible::AlertMessage);
+    auto* const heading = new TextBlock(TextRole::headline);
+    heading->setHeightLimit(alertTitleLimit);
+    heading->setText(title);
+    m_message->setHeightLimit(alertMessageLimit);
+    column().addWidget(heading);
+    column().addWidget(m_message);
+    column().addStretch(1);
+    column().addWidget(m_buttons);
+    connect(m_buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
+    connect(m_buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+    resize(alertWidth, 1);
+    setMessage(message);
+}
+
+void Alert::setMessage(const QString& message) {
+    m_message->setText(message);
+    setAccessibleName(windowTitle());
+    setAccessibleDescription(message);
+    fit();
+}
+
+QPushButton& Alert::addAcceptButton(const QString& text) {
+    QPushButton& button = *m_buttons->addButton(text, QDialogButtonBox::AcceptRole);
+    fit();
+    return button;
+}
+
+QPushButton& Alert::addRejectButton(const QString& text) {
+    QPushButton& button = *m_buttons->addButton(text, QDialogButtonBox::RejectRole);
+    button.setDefault(true);
+    button.setFocus();
+    fit();
+    return button;
+}
+
+} // namespace peekmend

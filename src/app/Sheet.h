@@ -1,0 +1,46 @@
+#pragma once
+
+#include <QDialog>
+
+class QDialogButtonBox;
+class QPushButton;
+class QVBoxLayout;
+
+namespace peekmend {
+
+class TextBlock;
+
+/// A dialog that blocks its window, if it has one, and is as high as its texts need.
+class Sheet : public QDialog {
+public:
+    explicit Sheet(QWidget* window);
+
+protected:
+    /// To be called when the texts have changed.
+    void fit();
+    void resizeEvent(QResizeEvent* event) override;
+
+    [[nodiscard]] QVBoxLayout& column() { return *m_column; }
+
+private:
+    QVBoxLayout* m_column;
+};
+
+/// A short message with its buttons.
+class Alert : public Sheet {
+public:
+    Alert(QWidget* window, const QString& title, const QString& message);
+
+    void setMessage(const QString& message);
+
+    /// Adds a button that accepts the dialog.
+    QPushButton& addAcceptButton(const QString& text);
+    /// Adds a button that does what Escape and closing do as well.
+    QPushButton& addRejectButton(const QString& text);
+
+private:
+    TextBlock* m_message;
+    QDialogButtonBox* m_buttons;
+};
+
+} // namespace peekmend

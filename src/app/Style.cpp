@@ -1,0 +1,242 @@
+#include "app/Style.h"
+
+#include <QAccessibleWidget>
+#include <QApplication>
+#include <QEvent>
+#include <QFile>
+#include <QIconEngine>
+#include <QPainter>
+#include <QPalette>
+#include <QSvgRenderer>
+#include <QTimer>
+#include <QWidget>
+
+namespace peekmend {
+
+namespace {
+
+struct RoleLook {
+    double scale;
+    QFont::Weight weight;
+};
+
+RoleLook lookOf(TextRole role) {
+    switch (role) {
+    case TextRole::body:
+        return {1, QFont::Normal};
+    case TextRole::bodyMedium:
+        return {1, QFont::Medium};
+    case TextRole::title2:
+        return {1.35, QFont::Bold};
+    case TextRole::title3:
+        return {1.2, QFont::Bold};
+    case TextRole::headline:
+        return {1, QFont::Bold};
+    case TextRole::callout:
+        return {0.95, QFont::Normal};
+    case TextRole::calloutMedium:
+        return {0.95, QFont::Medium};
+    case TextRole::footnote:
+        return {0.9, QFont::Normal};
+    case TextRole::caption:
+        return {0.9, QFont::Normal};
+    case TextRole::caption2:
+        return {0.85, QFont::Normal};
+    }
+    Q_UNREACHABLE();
+}
+
+bool isDark(const QPalette& palette) {
+    return palette.color(QPalette::Window).lightness() <
+           palette.color(QPalette::WindowText).lightness();
+}
+
+QColor mixed(const QColor& first, const QColor& second, float share) {
+    const auto part = [share](float a, float b) { return a + ((b - a) * share); };
+    return QColor::fromRgbF(part(first.redF(), second.redF()),
+                            part(first.greenF(), second.greenF()),
+                            part(first.blueF(), second.blueF()));
+}
+
+constexpr const char* accessibleRoleProperty = "peekmendAccessibleRole";
+
+/// A widget in a role that its class does not have.
+class RoleInterface : public QAccessibleWidget {
+public:
+    RoleInterface(QWidget* widget, QAccessible::Role role) : QAccessibleWidget(widget, role) {}
+
+    // What a text is made of is no business of its readers.
+    [[nodiscard]] int childCount() const override {
+        return role() == QAccessible::StaticText ? 0 : QAccessibleWidget::childCount();
+    }
+};
+
+QAccessibleInterface* roleInterface(const QString& /*className*/, QObject* object) {
+    const QVariant role = object->property(accessibleRoleProperty);
+    if (!role.isValid() || !object->isWidgetType()) {
+        return nullptr;
+    }
+    return new RoleInterface(static_cast<QWidget*>(object),
+                             static_cast<QAccessible::Role>(role.toInt()));
+}
+
+/// Draws a symbol in the colour that text has at that moment, sharp at any size and scale.
+class SymbolEngine : public QIconEngine {
+public:
+    explicit SymbolEngine(const QString& name) : m_name(name) {
+        QFile file(":/symbols/" + name + ".svg");
+        if (file.open(QIODevice::ReadOnly)) {
+            m_source = file.readAll();
+        }
+    }
+
+    void paint(QPainter* painter, const QRect& rect, QIcon::Mode mode,
+               QIcon::State /*state*/) override {
+        const auto group = mode == QIcon::Disabled ? QPalette::Disabled : QPalette::Active;
+        const QColor colour = QApplication::palette().color(group, QPalette::WindowText);
+        QByteArray drawing = m_source;
+        drawing.replace("currentColor", colour.name().toLatin1());
+        QSvgRenderer(drawing).render(painter, rect);
+    }
+
+    QPixmap pixmap(const QSize& size, QIcon::Mode mode, QIcon::State state) override {
+        QPixmap pixmap(size);
+        pixmap.fill(Qt::transparent);
+        QPainter painter(&pixmap);
+        paint(&painter, pixmap.rect(), mode, state);
+        return pixmap;
+    }
+
+    [[nodiscard]] QIconEngine* clone() const override { return new SymbolEngine(m_name); }
+
+private:
+    QString m_name;
+    QByteArray m_source;
+};
+
+} // namespace
+
+QFont roleFont(TextRole role) {
+    const RoleLook look = lookOf(role);
+    QFont font = QApplication::font();
+    if (font.pointSizeF() > 0) {
+        font.setPointSizeF(font.pointSizeF() * look.scale);
+    } else {
+        font.setPixelSize(qRound(font.pixelSize() * look.scale));
+    }
+    font.setWeight(look.weight);
+    return font;
+}
+
+QColor roleColour(ColourRole role) {
+    const QPalette palette = QApplication::palette();
+    const bool dark = isDark(palette);
+    switch (role) {
+    case ColourRole::primary:
+        return palette.color(QPalette::WindowText);
+    case ColourRole::secondary:
+        return mixed(palette.color(QPalette::WindowText), palette.color(QPalette::Window), 0.35F);
+    case ColourRole::red:
+        return dark ? QColor(0xff7b72) : QColor(0xb3261e);
+    case ColourRole::green:
+        return dark ? QColor(0x6fce7f) : QColor(0x1a6e2e);
+    case ColourRole::orange:
+        return dark ? QColor(0xf2a65a) : QColor(0x9a4d00);
+    }
+    Q_UNREACHABLE();
+}
+
+ColourRole stateColour(QLRegistrationState state) {
+    switch (state) {
+    case QLRegistrationState::enabled:
+        return ColourRole::green;
+    case QLRegistrationState::ignored:
+        return ColourRole::red;
+    case QLRegistrationState::unmarked:
+        return ColourRole::secondary;
+    }
+    Q_UNREACHABLE();
+}
+
+void applyRoles(QWidget& widget, TextRole text, ColourRole colour) {
+    if (const QFont font = roleFont(text); widget.font() != font) {
+        widget.setFont(font);
+    }
+    QPalette palette = QApplication::palette();
+    const QColor textColour = roleColour(colour);
+    palette.setColor(QPalette::WindowText, textColour);
+    palette.setColor(QPalette::Text, textColour);
+    if (widget.palette() != palette) {
+        widget.setPalette(palette);
+    }
+}
+
+bool changesRoles(int eventType) {
+    return eventType == QEvent::ApplicationFontChange ||
+           eventType == QEvent::ApplicationPaletteChange;
+}
+
+QIcon symbol(const QString& name) {
+    return QIcon(new SymbolEngine(name));
+}
+
+QString singleLine(const QString& text) {
+    QString line = text;
+    for (QChar& character : line) {
+        const char16_t unit = character.unicode();
+        if (unit < 0x20) {
+            // The pictures of control characters stand in the same order.
+            character = QChar(static_cast<char16_t>(0x2400 + unit));
+        } else if (unit == 0x7F || unit == 0x85 || unit == 0x2028 || unit == 0x2029) {
+            character = QChar(0x2424);
+        }
+    }
+    return line;
+}
+
+QString plainToolTip(const QString& text) {
+    constexpr qsizetype longestRun = 40;
+    QString broken;
+    qsizetype run = 0;
+    for (const QChar character : text) {
+        run = character.isSpace() ? 0 : run + 1;
+        if (run > longestRun && !character.isLowSurrogate()) {
+            // Where a line may break but nothing is seen.
+            broken += QChar(0x200B);
+            run = 1;
+        }
+        broken += character;
+    }
+    return "<p style=\"white-space: pre-wrap\">" + broken.toHtmlEscaped() + "</p>";
+}
+
+QString shown(std::string_view text) {
+    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+void setAccessibleRole(QWidget& widget, QAccessible::Role role) {
+    static const bool installed = [] {
+        QAccessible::installFactory(roleInterface);
+        return true;
+    }();
+    Q_UNUSED(installed);
+    widget.setProperty(accessibleRoleProperty, static_cast<int>(role));
+}
+
+void announce(QWidget& window, const QString& sentence) {
+    if (!QAccessible::isActive()) {
+        return;
+    }
+    // A notification is spoken when it appears. There is no other way to say something without
+    // moving the focus.
+    auto* const notification = new QWidget(&window);
+    setAccessibleRole(*notification, QAccessible::Notification);
+    notification->setAccessibleName(sentence);
+    notification->setAttribute(Qt::WA_TransparentForMouseEvents);
+    notification->setGeometry(0, 0, 1, 1);
+    notification->show();
+    constexpr int longEnoughToBeSpoken = 5000;
+    QTimer::singleShot(longEnoughToBeSpoken, notification, &QObject::deleteLater);
+}
+
+} // namespace peekmend

@@ -1,0 +1,141 @@
+#include "app/UpdaterController.h"
+
+#include "app/Appcast.h"
+#include "app/BuildConfig.h"
+#include "app/Sheet.h"
+#include "app/Style.h"
+
+#include <QHostAddress>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QPushButton>
+
+#include <chrono>
+#include <utility>
+
+namespace peekmend {
+
+namespace {
+
+constexpr qint64 documentLimit = qint64{1024} * 1024;
+constexpr std::chrono::seconds longestSilence(20);
+
+bool mayBeAsked(const QUrl& feed) {
+    return feed.scheme() == QLatin1String("https") ||
+           (feed.scheme() == QLatin1String("http") && QHostAddress(feed.host()).isLoopback());
+}
+
+} // namespace
+
+UpdaterController::UpdaterController(QUrl feed,
+                                     std::function<bool(const std::string& address)> openURL)
+    : m_feed(std::move(feed)), m_openURL(std::move(openURL)) {}
+
+UpdaterController::~UpdaterController() {
+    stop();
+}
+
+void UpdaterController::checkForUpdates() {
+    if (m_dialog) {
+        return;
+    }
+    if (m_feed.isEmpty()) {
+        show("This copy has no update address",
+             QString("This copy of Peekmend %1 is updated by %2.")
+                 .arg(buildConfig::version, shown(buildConfig::updatedBy)),
+             "OK");
+        return;
+    }
+    if (!mayBeAsked(m_feed)) {
+        show("The check for updates failed",
+             "The update address of this copy is not a secure one, so it was not asked.", "OK");
+        return;
+    }
+    show("Checking for updates\u2026", "Asking " + m_feed.host() + ".", "Cancel");
+    if (!m_network) {
+        m_network = std::make_unique<QNetworkAccessManager>();
+        m_network->setRedirectPolicy(QNetworkRequest::NoLessSafeRedirectPolicy);
+        m_network->setTransferTimeout(
+            static_cast<int>(std::chrono::milliseconds(longestSilence).count()));
+    }
+    QNetworkRequest request(m_feed);
+    request.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
+    request.setHeader(QNetworkRequest::UserAgentHeader,
+                      QString("Peekmend/") + buildConfig::version);
+    m_document.clear();
+    m_reply = m_network->get(request);
+    connect(m_reply, &QNetworkReply::readyRead, this, &UpdaterController::read);
+    connect(m_reply, &QNetworkReply::finished, this, &UpdaterController::finished);
+}
+
+void UpdaterController::stop() {
+    if (QNetworkReply* const reply = std::exchange(m_reply, nullptr)) {
+        reply->disconnect(this);
+        reply->abort();
+        reply->deleteLater();
+    }
+    if (Alert* const dialog = std::exchange(m_dialog, nullptr)) {
+        dialog->disconnect(this);
+        dialog->close();
+        dialog->deleteLater();
+    }
+}
+
+void UpdaterController::show(const QString& title, const QString& message,
+                             const QString& endButton) {
+    if (Alert* const earlier = std::exchange(m_dialog, nullptr)) {
+        earlier->disconnect(this);
+        earlier->close();
+        earlier->deleteLater();
+    }
+    m_dialog = new Alert(nullptr, title, message);
+    connect(m_dialog, &QDialog::rejected, this, &UpdaterController::stop);
+    connect(m_dialog, &QDialog::accepted, this, &UpdaterController::stop);
+    m_dialog->addRejectButton(endButton);
+    m_dialog->show();
+}
+
+void UpdaterController::read() {
+    m_document += m_reply->read(documentLimit + 1 - m_document.size());
+    if (m_document.size() > documentLimit) {
+        m_reply->abort();
+    }
+}
+
+void UpdaterController::finished() {
+    read();
+    QNetworkReply* const reply = std::exchange(m_reply, nullptr);
+    reply->deleteLater();
+    const QString failure = "The check for updates failed";
+    if (m_document.size() > documentLimit) {
+        show(failure, "The answer is too long for an appcast.", "OK");
+        return;
+    }
+    if (reply->error() != QNetworkReply::NoError) {
+        show(failure, reply->errorString(), "OK");
+        return;
+    }
+    const auto newest = newestAppcastItem(m_document);
+    if (!newest) {
+        show(failure, "The answer is not an appcast that names a version.", "OK");
+        return;
+    }
+    if (newest->version <= QVersionNumber::fromString(buildConfig::version)) {
+        show("Peekmend is up to date",
+             QString("Version %1 is the newest one.").arg(buildConfig::version), "OK");
+        return;
+    }
+    show("A newer version is available",
+         QString("Peekmend %1 is available; this is version %2.")
+             .arg(newest->versionText, buildConfig::version),
+         "Later");
+    if (!newest->page.isEmpty()) {
+        QPushButton& open = m_dialog->addAcceptButton("Show Page\u2026");
+        connect(&open, &QPushButton::clicked, this,
+                [this, address = newest->page.toString(QUrl::FullyEncoded).toStdString()] {
+                    static_cast<void>(m_openURL(address));
+                });
+    }
+}
+
+} // namespace peekmend

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <QByteArray>
+#include <QObject>
+#include <QPointer>
+#include <QUrl>
+
+#include <functional>
+#include <memory>
+#include <string>
+
+class QNetworkAccessManager;
+class QNetworkReply;
+
+namespace peekmend {
+
+class Alert;
+
+/// Looks for a newer version of the program when asked, and says what it found in a dialog of its
+/// own. It downloads nothing but the appcast, and runs nothing.
+class UpdaterController : public QObject {
+public:
+    /// `feed`: the appcast's address; empty when this copy is updated in another way. Only https,
+    /// and http on this machine itself, are asked.
+    UpdaterController(QUrl feed, std::function<bool(const std::string& address)> openURL);
+    ~UpdaterController() override;
+
+    /// Starts a check at once. A second one while one is under way, or while its result is shown,
+    /// shows nothing more.
+    void checkForUpdates();
+
+    /// Ends a check that is under way and closes its dialog.
+    void stop();
+
+private:
+    void show(const QString& title, const QString& message, const QString& endButton);
+    void read();
+    void finished();
+
+    QUrl m_feed;
+    std::function<bool(const std::string& address)> m_openURL;
+    std::unique_ptr<QNetworkAccessManager> m_network;
+    QPointer<QNetworkReply> m_reply;
+    QByteArray m_document;
+    QPointer<Alert> m_dialog;
+};
+
+} // namespace peekmend

@@ -1,0 +1,198 @@
+#include "app/Widgets.h"
+
+#include <QHelpEvent>
+#include <QKeyEvent>
+#include <QPainter>
+#include <QProgressBar>
+#include <QScrollBar>
+#include <QStyleOptionFocusRect>
+#include <QTextDocument>
+#include <QToolTip>
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+
+namespace peekmend {
+
+Label::Label(const QString& text, TextRole textRole, ColourRole colourRole)
+    : QLabel(text), m_textRole(textRole), m_colourRole(colourRole) {
+    setTextFormat(Qt::PlainText);
+    applyRoles(*this, m_textRole, m_colourRole);
+}
+
+void Label::setColourRole(ColourRole role) {
+    m_colourRole = role;
+    applyRoles(*this, m_textRole, m_colourRole);
+}
+
+void Label::changeEvent(QEvent* event) {
+    QLabel::changeEvent(event);
+    if (changesRoles(event->type())) {
+        applyRoles(*this, m_textRole, m_colourRole);
+    }
+}
+
+void ElidedLabel::setWholeText(const QString& text) {
+    if (text != m_wholeText) {
+        m_wholeText = text;
+        setText(singleLine(text));
+    }
+}
+
+QSize ElidedLabel::minimumSizeHint() const {
+    return {fontMetrics().averageCharWidth(), Label::minimumSizeHint().height()};
+}
+
+QString ElidedLabel::elided() const {
+    return fontMetrics().elidedText(text(), Qt::ElideMiddle, contentsRect().width());
+}
+
+bool ElidedLabel::event(QEvent* event) {
+    if (event->type() == QEvent::ToolTip && elided() != text()) {
+        QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(), plainToolTip(m_wholeText),
+                           this);
+        return true;
+    }
+    return Label::event(event);
+}
+
+void ElidedLabel::paintEvent(QPaintEvent* /*event*/) {
+    QPainter painter(this);
+    const auto flags = static_cast<int>(QStyle::visualAlignment(layoutDirection(), alignment()));
+    painter.setPen(palette().color(foregroundRole()));
+    painter.drawText(contentsRect(), flags | Qt::TextSingleLine, elided());
+}
+
+TextBlock::TextBlock(TextRole textRole, ColourRole colourRole)
+    : m_textRole(textRole), m_colourRole(colourRole) {
+    setAccessibleRole(*this, QAccessible::StaticText);
+    setFrameShape(QFrame::NoFrame);
+    setReadOnly(true);
+    setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    setTabChangesFocus(true);
+    setFocusPolicy(Qt::StrongFocus);
+    setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setSizeAdjustPolicy(QAbstractScrollArea::AdjustIgnored);
+    QSizePolicy policy(QSizePolicy::Ignored, QSizePolicy::Fixed);
+    policy.setHeightForWidth(true);
+    setSizePolicy(policy);
+    viewport()->setAutoFillBackground(false);
+    viewport()->setCursor(Qt::IBeamCursor);
+    document()->setDocumentMargin(1);
+    applyRoles(*this, m_textRole, m_colourRole);
+}
+
+void TextBlock::setText(const QString& text) {
+    if (text != toPlainText()) {
+        setPlainText(text);
+        documentChanged();
+    }
+}
+
+void TextBlock::setInlineMarkdown(const QString& text) {
+    document()->setMarkdown(text, QTextDocument::MarkdownNoHTML);
+    documentChanged();
+}
+
+void TextBlock::setColourRole(ColourRole role) {
+    m_colourRole = role;
+    applyRoles(*this, m_textRole, m_colourRole);
+}
+
+void TextBlock::setTextRole(TextRole role) {
+    m_textRole = role;
+    applyRoles(*this, m_textRole, m_colourRole);
+}
+
+void TextBlock::setHeightLimit(int height) {
+    m_heightLimit = height;
+    setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
+    updateGeometry();
+}
+
+void TextBlock::documentChanged() {
+    setAccessibleName(toPlainText());
+    m_measuredWidth = -1;
+    updateGeometry();
+}
+
+QSize TextBlock::sizeHint() const {
+    constexpr int comfortableWidth = 400;
+    return {comfortableWidth, heightForWidth(comfortableWidth)};
+}
+
+QSize TextBlock::minimumSizeHint() const {
+    return {fontMetrics().averageCharWidth() * 10, fontMetrics().height()};
+}
+
+int TextBlock::heightForWidth(int width) const {
+    if (width != m_measuredWidth) {
+        // The document on screen has the width that it is shown with.
+        const std::unique_ptr<QTextDocument> copy(document()->clone());
+        copy->setTextWidth(width);
+        m_measuredWidth = width;
+        m_measuredHeight = static_cast<int>(std::ceil(copy->size().height()));
+    }
+    return std::min(m_measuredHeight, m_heightLimit);
+}
+
+void TextBlock::changeEvent(QEvent* event) {
+    QTextEdit::changeEvent(event);
+    if (changesRoles(event->type())) {
+        applyRoles(*this, m_textRole, m_colourRole);
+    }
+    if (event->type() == QEvent::FontChange) {
+        m_measuredWidth = -1;
+        updateGeometry();
+    }
+}
+
+void TextBlock::keyPressEvent(QKeyEvent* event) {
+    const bool scrollsItself = verticalScrollBar()->maximum() > 0;
+    switch (event->key()) {
+    case Qt::Key_Up:
+    case Qt::Key_Down:
+    case Qt::Key_PageUp:
+    case Qt::Key_PageDown:
+        // Without a selection to extend, these scroll the page around.
+        if (!scrollsItself && event->modifiers() == Qt::NoModifier) {
+            event->ignore();
+            return;
+        }
+        break;
+    default:
+        break;
+    }
+    QTextEdit::keyPressEvent(event);
+}
+
+void TextBlock::paintEvent(QPaintEvent* event) {
+    QTextEdit::paintEvent(event);
+    if (hasFocus()) {
+        QStyleOptionFocusRect option;
+        option.initFrom(viewport());
+        option.state |= QStyle::State_KeyboardFocusChange;
+        QPainter painter(viewport());
+        style()->drawPrimitive(QStyle::PE_FrameFocusRect, &option, &painter, this);
+    }
+}
+
+QWidget* makeDivider() {
+    auto* const line = new QFrame;
+    line->setFrameShape(QFrame::HLine);
+    line->setFrameShadow(QFrame::Sunken);
+    return line;
+}
+
+QProgressBar* makeProgressBar(const QString& text) {
+    auto* const bar = new QProgressBar;
+    bar->setRange(0, 0);
+    bar->setTextVisible(false);
+    bar->setAccessibleName(text);
+    return bar;
+}
+
+} // namespace peekmend

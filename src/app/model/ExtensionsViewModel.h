@@ -1,0 +1,55 @@
+#pragma once
+
+#include "app/model/RepairingViewModel.h"
+#include "inventory/PlugInKitInventory.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace peekmend {
+
+/// The state of the extensions view.
+struct ExtensionsViewState : RepairingViewState {
+    /// The extensions shown, in inventory order. Identifiers may occur more than once.
+    std::vector<QLExtensionRecord> records;
+    bool isLoading = false;
+    /// The ignore confirmation is shown for this record while it is present.
+    std::optional<QLExtensionRecord> pendingIgnore;
+};
+
+/// Whether the election would change the state of the record, so that its button is enabled.
+[[nodiscard]] bool canElect(const QLExtensionRecord& record, std::string_view election);
+
+[[nodiscard]] std::string ignoreTitle(const ExtensionsViewState& state);
+[[nodiscard]] std::string ignoreMessage(const ExtensionsViewState& state);
+
+/// State and actions of the extensions view.
+class ExtensionsViewModel final : public RepairingViewModel {
+public:
+    explicit ExtensionsViewModel(Services services);
+
+    [[nodiscard]] const ExtensionsViewState& state() const { return m_state; }
+
+    /// Reads the inventory. Of two reloads at once, the one that finishes last is shown.
+    void reload();
+
+    /// Sets the election of one extension: "use", "ignore" or "default". `record` is what was
+    /// shown when the user decided, so its state is the one that an undo restores.
+    void changeState(const QLExtensionRecord& record, std::string_view election);
+
+    /// Opens the ignore confirmation.
+    void askToIgnore(const QLExtensionRecord& record);
+    void confirmIgnore();
+    void cancelIgnore();
+
+private:
+    [[nodiscard]] RepairingViewState& repairingState() override { return m_state; }
+
+    void readAgain() override { reload(); }
+
+    ExtensionsViewState m_state;
+};
+
+} // namespace peekmend
