@@ -52,18 +52,20 @@ bool MainWindow::event(QEvent* event) {
 }
 
 void MainWindow::addMenus() {
+    // Not "Help", as a tab has that name.
+    QMenu* const application = menuBar()->addMenu("Pee&kmend");
+    application->addAction("&About Peekmend", this, [this] { showAbout(); });
+    application->addAction("Check for &Updates\u2026", this,
+                           [this] { m_commands.checkForUpdates(); });
+    application->addSeparator();
+    application->addAction("&Quit", QKeySequence::Quit, this, [this] { m_commands.quit(); });
+
     QMenu* const file = menuBar()->addMenu("&File");
     file->addAction("&New Window", QKeySequence::New, this, [this] { m_commands.openWindow(); });
     file->addAction("&Close", QKeySequence::Close, this, [this] { close(); });
-    file->addSeparator();
-    file->addAction("&Quit", QKeySequence::Quit, this, [this] { m_commands.quit(); });
 
     QMenu* const edit = menuBar()->addMenu("&Edit");
     edit->addAction("&Copy", QKeySequence::Copy, this, copySelection);
-
-    QMenu* const help = menuBar()->addMenu("&Help");
-    help->addAction("&About Peekmend", this, [this] { showAbout(); });
-    help->addAction("Check for &Updates\u2026", this, [this] { m_commands.checkForUpdates(); });
 }
 
 void MainWindow::showAbout() {

@@ -97,7 +97,6 @@ PreferConfirmationSheet::PreferConfirmationSheet(
     setMinimumWidth(leastWidth);
     setMaximumWidth(greatestWidth);
     resize(idealWidth, 1);
-    fit();
     confirm->setFocus();
 }
 

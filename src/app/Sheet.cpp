@@ -4,6 +4,7 @@
 #include "app/Widgets.h"
 
 #include <QDialogButtonBox>
+#include <QEvent>
 #include <QPushButton>
 #include <QVBoxLayout>
 
@@ -34,6 +35,15 @@ void Sheet::fit() {
     resize(width(), height);
 }
 
+bool Sheet::event(QEvent* event) {
+    const bool isHandled = QDialog::event(event);
+    // Before it is shown and whenever something in it has changed.
+    if (event->type() == QEvent::Show || event->type() == QEvent::LayoutRequest) {
+        fit();
+    }
+    return isHandled;
+}
+
 void Sheet::resizeEvent(QResizeEvent* event) {
     QDialog::resizeEvent(event);
     setMinimumHeight(m_column->totalHeightForWidth(width()));
@@ -60,20 +70,16 @@ void Alert::setMessage(const QString& message) {
     m_message->setText(message);
     setAccessibleName(windowTitle());
     setAccessibleDescription(message);
-    fit();
 }
 
 QPushButton& Alert::addAcceptButton(const QString& text) {
-    QPushButton& button = *m_buttons->addButton(text, QDialogButtonBox::AcceptRole);
-    fit();
-    return button;
+    return *m_buttons->addButton(text, QDialogButtonBox::AcceptRole);
 }
 
 QPushButton& Alert::addRejectButton(const QString& text) {
     QPushButton& button = *m_buttons->addButton(text, QDialogButtonBox::RejectRole);
     button.setDefault(true);
     button.setFocus();
-    fit();
     return button;
 }
 

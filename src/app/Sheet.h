@@ -16,13 +16,14 @@ public:
     explicit Sheet(QWidget* window);
 
 protected:
-    /// To be called when the texts have changed.
-    void fit();
+    bool event(QEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
 
     [[nodiscard]] QVBoxLayout& column() { return *m_column; }
 
 private:
+    void fit();
+
     QVBoxLayout* m_column;
 };
 

@@ -76,7 +76,7 @@ TextBlock::TextBlock(TextRole textRole, ColourRole colourRole)
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setSizeAdjustPolicy(QAbstractScrollArea::AdjustIgnored);
-    QSizePolicy policy(QSizePolicy::Ignored, QSizePolicy::Fixed);
+    QSizePolicy policy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     policy.setHeightForWidth(true);
     setSizePolicy(policy);
     viewport()->setAutoFillBackground(false);
@@ -109,13 +109,13 @@ void TextBlock::setTextRole(TextRole role) {
 
 void TextBlock::setHeightLimit(int height) {
     m_heightLimit = height;
-    setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
     updateGeometry();
 }
 
 void TextBlock::documentChanged() {
     setAccessibleName(toPlainText());
     m_measuredWidth = -1;
+    updateScrollBar();
     updateGeometry();
 }
 
@@ -129,6 +129,10 @@ QSize TextBlock::minimumSizeHint() const {
 }
 
 int TextBlock::heightForWidth(int width) const {
+    return std::min(wholeHeight(width), m_heightLimit);
+}
+
+int TextBlock::wholeHeight(int width) const {
     if (width != m_measuredWidth) {
         // The document on screen has the width that it is shown with.
         const std::unique_ptr<QTextDocument> copy(document()->clone());
@@ -136,7 +140,14 @@ int TextBlock::heightForWidth(int width) const {
         m_measuredWidth = width;
         m_measuredHeight = static_cast<int>(std::ceil(copy->size().height()));
     }
-    return std::min(m_measuredHeight, m_heightLimit);
+    return m_measuredHeight;
+}
+
+void TextBlock::updateScrollBar() {
+    // Left to itself, a scroll bar that comes while the layout settles makes the text higher and
+    // so stays.
+    setVerticalScrollBarPolicy(wholeHeight(width()) > m_heightLimit ? Qt::ScrollBarAlwaysOn
+                                                                    : Qt::ScrollBarAlwaysOff);
 }
 
 void TextBlock::changeEvent(QEvent* event) {
@@ -169,6 +180,11 @@ void TextBlock::keyPressEvent(QKeyEvent* event) {
     QTextEdit::keyPressEvent(event);
 }
 
+void TextBlock::resizeEvent(QResizeEvent* event) {
+    updateScrollBar();
+    QTextEdit::resizeEvent(event);
+}
+
 void TextBlock::paintEvent(QPaintEvent* event) {
     QTextEdit::paintEvent(event);
     if (hasFocus()) {
@@ -184,6 +200,7 @@ QWidget* makeDivider() {
     auto* const line = new QFrame;
     line->setFrameShape(QFrame::HLine);
     line->setFrameShadow(QFrame::Sunken);
+    setAccessibleRole(*line, QAccessible::Separator);
     return line;
 }
 

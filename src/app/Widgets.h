@@ -73,8 +73,12 @@ protected:
     void changeEvent(QEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
+    [[nodiscard]] int wholeHeight(int width) const;
+    void updateScrollBar();
+
     TextRole m_textRole;
     ColourRole m_colourRole;
     int m_heightLimit = QWIDGETSIZE_MAX;
