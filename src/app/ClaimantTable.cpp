@@ -7,6 +7,7 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QHeaderView>
+#include <QKeyEvent>
 #include <QPainter>
 #include <QStyledItemDelegate>
 
@@ -320,6 +321,16 @@ void ClaimantTable::changeEvent(QEvent* event) {
     if (changesRoles(event->type())) {
         verticalHeader()->reset();
     }
+}
+
+void ClaimantTable::keyPressEvent(QKeyEvent* event) {
+    const bool isArrow = event->key() == Qt::Key_Up || event->key() == Qt::Key_Down;
+    if (isArrow && currentIndex().isValid() && !selectionModel()->hasSelection()) {
+        // The focus alone selects nothing, and a single row could not be moved to.
+        selectRow(currentIndex().row());
+        return;
+    }
+    QTableView::keyPressEvent(event);
 }
 
 void ClaimantTable::shareWidth() {

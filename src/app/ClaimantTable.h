@@ -38,6 +38,7 @@ public slots: // NOLINT(readability-redundant-access-specifiers): the toolkit's 
 protected:
     void resizeEvent(QResizeEvent* event) override;
     void changeEvent(QEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
 
 private:
     void shareWidth();

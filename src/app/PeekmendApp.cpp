@@ -138,12 +138,15 @@ void PeekmendApp::showRepairUnderWay() {
     }
     m_repairUnderWay = new Alert(nullptr, "Finishing a repair\u2026",
                                  "Peekmend quits when the repair is complete.");
+    // As long as the repair runs, something has to be seen of the program.
+    connect(m_repairUnderWay, &QDialog::rejected, m_repairUnderWay, &QWidget::show,
+            Qt::QueuedConnection);
     m_repairUnderWay->show();
     QTimer::singleShot(waitBeforeWayOut, m_repairUnderWay, [this] {
         m_repairUnderWay->setMessage("The repair takes unusually long. Quitting now may leave it "
                                      "half done.");
-        m_repairUnderWay->addRejectButton("Quit Now");
-        connect(m_repairUnderWay, &QDialog::rejected, this, [] { QApplication::exit(); });
+        m_repairUnderWay->addAcceptButton("Quit Now").setAutoDefault(false);
+        connect(m_repairUnderWay, &QDialog::accepted, this, [] { QApplication::exit(); });
     });
 }
 

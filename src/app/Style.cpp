@@ -211,7 +211,15 @@ QString plainToolTip(const QString& text) {
 }
 
 QString shown(std::string_view text) {
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+    QString result = QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+    for (QChar& character : result) {
+        const char16_t unit = character.unicode();
+        // These reorder what comes after them, which would be sentences of ours.
+        if ((unit >= 0x202A && unit <= 0x202E) || (unit >= 0x2066 && unit <= 0x2069)) {
+            character = QChar::ReplacementCharacter;
+        }
+    }
+    return result;
 }
 
 void setAccessibleRole(QWidget& widget, QAccessible::Role role) {

@@ -67,7 +67,8 @@ void applyRoles(QWidget& widget, TextRole text, ColourRole colour);
 /// The text as a tool tip that shows it literally and breaks lines anywhere.
 [[nodiscard]] QString plainToolTip(const QString& text);
 
-/// Text from the core, which is UTF-8; other bytes become replacement characters.
+/// Text from the core, which is UTF-8. Other bytes, and characters that would reorder the text
+/// around them, become replacement characters.
 [[nodiscard]] QString shown(std::string_view text);
 
 /// What assistive technology is told that the widget is, for widgets whose class does not say it.
