@@ -30,6 +30,10 @@ Sheet::Sheet(QWidget* window) : QDialog(window), m_column(new QVBoxLayout(this))
 }
 
 void Sheet::fit() {
+    if (!m_column->hasHeightForWidth()) {
+        // There is no text.
+        return;
+    }
     const int height = m_column->totalHeightForWidth(width());
     setMinimumHeight(height);
     resize(width(), height);
@@ -46,7 +50,7 @@ bool Sheet::event(QEvent* event) {
 
 void Sheet::resizeEvent(QResizeEvent* event) {
     QDialog::resizeEvent(event);
-    setMinimumHeight(m_column->totalHeightForWidth(width()));
+    setMinimumHeight(std::max(m_column->totalHeightForWidth(width()), 0));
 }
 
 Alert::Alert(QWidget* window, const QString& title, const QString& message)

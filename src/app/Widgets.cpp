@@ -114,7 +114,7 @@ void TextBlock::setHeightLimit(int height) {
 
 void TextBlock::documentChanged() {
     setAccessibleName(toPlainText());
-    m_measuredWidth = -1;
+    m_heights.clear();
     updateScrollBar();
     updateGeometry();
 }
@@ -133,21 +133,22 @@ int TextBlock::heightForWidth(int width) const {
 }
 
 int TextBlock::wholeHeight(int width) const {
-    if (width != m_measuredWidth) {
-        // The document on screen has the width that it is shown with.
-        const std::unique_ptr<QTextDocument> copy(document()->clone());
-        copy->setTextWidth(width);
-        m_measuredWidth = width;
-        m_measuredHeight = static_cast<int>(std::ceil(copy->size().height()));
+    if (const auto known = m_heights.find(width); known != m_heights.end()) {
+        return known->second;
     }
-    return m_measuredHeight;
+    // The document on screen has the width that it is shown with.
+    const std::unique_ptr<QTextDocument> copy(document()->clone());
+    copy->setTextWidth(width);
+    const int height = static_cast<int>(std::ceil(copy->size().height()));
+    m_heights.emplace(width, height);
+    return height;
 }
 
 void TextBlock::updateScrollBar() {
     // Left to itself, a scroll bar that comes while the layout settles makes the text higher and
     // so stays.
-    setVerticalScrollBarPolicy(wholeHeight(width()) > m_heightLimit ? Qt::ScrollBarAlwaysOn
-                                                                    : Qt::ScrollBarAlwaysOff);
+    const bool isLimited = m_heightLimit < QWIDGETSIZE_MAX && wholeHeight(width()) > m_heightLimit;
+    setVerticalScrollBarPolicy(isLimited ? Qt::ScrollBarAlwaysOn : Qt::ScrollBarAlwaysOff);
 }
 
 void TextBlock::changeEvent(QEvent* event) {
@@ -156,7 +157,7 @@ void TextBlock::changeEvent(QEvent* event) {
         applyRoles(*this, m_textRole, m_colourRole);
     }
     if (event->type() == QEvent::FontChange) {
-        m_measuredWidth = -1;
+        m_heights.clear();
         updateGeometry();
     }
 }

@@ -5,6 +5,8 @@
 #include <QLabel>
 #include <QTextEdit>
 
+#include <map>
+
 class QProgressBar;
 
 namespace peekmend {
@@ -82,8 +84,8 @@ private:
     TextRole m_textRole;
     ColourRole m_colourRole;
     int m_heightLimit = QWIDGETSIZE_MAX;
-    mutable int m_measuredWidth = -1;
-    mutable int m_measuredHeight = 0;
+    /// Of the whole text, by width. Layouts ask for a few widths again and again.
+    mutable std::map<int, int> m_heights;
 };
 
 /// A line across the whole width.
