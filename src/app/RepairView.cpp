@@ -134,8 +134,6 @@ QWidget* RepairView::makeBar() {
     row->addStretch(1);
     addButton("Open &System Settings\u2026", [this] { m_model->openExtensionSettings(); });
     m_copy = addButton("&Copy report", [this] { m_model->copyReport(); });
-    // Keeps its width while it reads "Copied!".
-    m_copy->setMinimumWidth(m_copy->sizeHint().width());
     return bar;
 }
 
