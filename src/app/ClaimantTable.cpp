@@ -183,11 +183,13 @@ public:
     void paint(QPainter* painter, const QStyleOptionViewItem& option,
                const QModelIndex& index) const override {
         const QString second = index.data(ClaimantTableModel::secondLineRole).toString();
+        QStyleOptionViewItem cell = option;
+        // The focus is that of the row, whose frame the table draws.
+        cell.state.setFlag(QStyle::State_HasFocus, false);
         if (second.isEmpty()) {
-            QStyledItemDelegate::paint(painter, option, index);
+            QStyledItemDelegate::paint(painter, cell, index);
             return;
         }
-        QStyleOptionViewItem cell = option;
         initStyleOption(&cell, index);
         const QString first = std::exchange(cell.text, QString());
         const QStyle& style = *cell.widget->style();
@@ -248,7 +250,7 @@ ClaimantTable::ClaimantTable() : m_model(new ClaimantTableModel(this)) {
     header.setSectionResizeMode(badgeColumn, QHeaderView::Fixed);
     header.setStretchLastSection(true);
     header.resizeSection(badgeColumn, badgeWidth);
-    header.resizeSection(versionColumn, versionWidth);
+    fitToFont();
     connect(&header, &QHeaderView::sectionResized, this, [this](int section) {
         if (section == extensionColumn && !m_isRendering) {
             const double flexible =
@@ -304,11 +306,7 @@ void ClaimantTable::copy() {
 }
 
 QSize ClaimantTable::sizeHint() const {
-    return {QTableView::sizeHint().width(), leastHeight};
-}
-
-QSize ClaimantTable::minimumSizeHint() const {
-    return {QTableView::minimumSizeHint().width(), leastHeight};
+    return {QTableView::sizeHint().width(), minimumHeight()};
 }
 
 void ClaimantTable::resizeEvent(QResizeEvent* event) {
@@ -318,8 +316,8 @@ void ClaimantTable::resizeEvent(QResizeEvent* event) {
 
 void ClaimantTable::changeEvent(QEvent* event) {
     QTableView::changeEvent(event);
-    if (changesRoles(event->type())) {
-        verticalHeader()->reset();
+    if (event->type() == QEvent::FontChange) {
+        fitToFont();
     }
 }
 
@@ -331,6 +329,39 @@ void ClaimantTable::keyPressEvent(QKeyEvent* event) {
         return;
     }
     QTableView::keyPressEvent(event);
+}
+
+void ClaimantTable::paintEvent(QPaintEvent* event) {
+    QTableView::paintEvent(event);
+    if (!hasFocus() || !currentIndex().isValid()) {
+        return;
+    }
+    const bool isSelected = selectionModel()->isRowSelected(currentIndex().row());
+    QPainter painter(viewport());
+    painter.setPen(
+        QPen(palette().color(isSelected ? QPalette::HighlightedText : QPalette::Highlight), 1,
+             Qt::DotLine));
+    painter.drawRect(QRect(0, rowViewportPosition(currentIndex().row()), viewport()->width(),
+                           rowHeight(currentIndex().row()))
+                         .adjusted(1, 1, -2, -2));
+}
+
+void ClaimantTable::currentChanged(const QModelIndex& current, const QModelIndex& previous) {
+    QTableView::currentChanged(current, previous);
+    // The frame spans the row.
+    viewport()->update();
+}
+
+void ClaimantTable::fitToFont() {
+    constexpr int headerPadding = 12;
+    setColumnWidth(
+        versionColumn,
+        std::max(versionWidth, fontMetrics().horizontalAdvance("Version") + (2 * headerPadding)));
+    constexpr int leastRows = 4;
+    const int rowHeight = fontMetrics().height() + (2 * cellPadding);
+    setMinimumHeight(std::max(leastHeight, horizontalHeader()->sizeHint().height() +
+                                               (leastRows * rowHeight) + (2 * frameWidth())));
+    verticalHeader()->reset();
 }
 
 void ClaimantTable::shareWidth() {

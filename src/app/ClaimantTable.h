@@ -29,7 +29,6 @@ public:
     std::function<void(std::optional<std::string> claimantID)> onSelect;
 
     [[nodiscard]] QSize sizeHint() const override;
-    [[nodiscard]] QSize minimumSizeHint() const override;
 
 public slots: // NOLINT(readability-redundant-access-specifiers): the toolkit's own word
     /// Copies the texts of the selected row.
@@ -38,9 +37,12 @@ public slots: // NOLINT(readability-redundant-access-specifiers): the toolkit's 
 protected:
     void resizeEvent(QResizeEvent* event) override;
     void changeEvent(QEvent* event) override;
+    void currentChanged(const QModelIndex& current, const QModelIndex& previous) override;
     void keyPressEvent(QKeyEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
 
 private:
+    void fitToFont();
     void shareWidth();
     void selectionWasChanged();
 

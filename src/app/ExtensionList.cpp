@@ -10,7 +10,7 @@
 #include <QPainter>
 #include <QPushButton>
 #include <QScrollBar>
-#include <QStyleOptionFocusRect>
+#include <QStyle>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -404,11 +404,8 @@ void ExtensionList::changeEvent(QEvent* event) {
 void ExtensionList::paintEvent(QPaintEvent* event) {
     QAbstractScrollArea::paintEvent(event);
     if (hasFocus()) {
-        QStyleOptionFocusRect option;
-        option.initFrom(viewport());
-        option.state |= QStyle::State_KeyboardFocusChange;
         QPainter painter(viewport());
-        style()->drawPrimitive(QStyle::PE_FrameFocusRect, &option, &painter, this);
+        drawFocusFrame(painter, *viewport());
     }
 }
 

@@ -8,9 +8,12 @@
 #include <QApplication>
 #include <QEvent>
 #include <QHBoxLayout>
+#include <QPainter>
 #include <QPushButton>
 #include <QUrl>
 #include <QVBoxLayout>
+
+#include <utility>
 
 namespace peekmend {
 
@@ -56,12 +59,28 @@ class Link : public QPushButton {
 public:
     explicit Link(const QString& text) : QPushButton(text) {
         setFlat(true);
+        setAutoDefault(false);
         setCursor(Qt::PointingHandCursor);
         setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
         updateLook();
     }
 
+    [[nodiscard]] QSize sizeHint() const override {
+        return fontMetrics().size(Qt::TextSingleLine, text()) + QSize(2 * margin, 2 * margin);
+    }
+
+    [[nodiscard]] QSize minimumSizeHint() const override { return sizeHint(); }
+
 protected:
+    void paintEvent(QPaintEvent* /*event*/) override {
+        QPainter painter(this);
+        painter.setPen(palette().color(QPalette::ButtonText));
+        painter.drawText(rect(), Qt::AlignCenter, text());
+        if (hasFocus()) {
+            drawFocusFrame(painter, *this);
+        }
+    }
+
     void changeEvent(QEvent* event) override {
         QPushButton::changeEvent(event);
         if (changesRoles(event->type())) {
@@ -70,6 +89,8 @@ protected:
     }
 
 private:
+    static constexpr int margin = 2;
+
     void updateLook() {
         QFont linkFont = roleFont(TextRole::body);
         linkFont.setUnderline(true);
@@ -94,7 +115,23 @@ QWidget* makePoint(const char* text) {
 
 } // namespace
 
-HelpView::HelpView(const std::function<bool(const std::string& address)>& openURL) {
+HelpView::HelpView(std::function<bool(const std::string& address)> openURL)
+    : m_openURL(std::move(openURL)) {
+    setWidgetResizable(true);
+    setFrameShape(QFrame::NoFrame);
+    setFocusPolicy(Qt::NoFocus);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+}
+
+void HelpView::showEvent(QShowEvent* event) {
+    // Many a run of the program never shows it.
+    if (widget() == nullptr) {
+        setWidget(makePage());
+    }
+    QScrollArea::showEvent(event);
+}
+
+QWidget* HelpView::makePage() {
     auto* const introduction = new TextBlock(TextRole::body);
     introduction->setInlineMarkdown(
         "Peekmend reads and changes the same `pluginkit` registrations macOS uses to decide which "
@@ -118,18 +155,14 @@ HelpView::HelpView(const std::function<bool(const std::string& address)>& openUR
     const auto addLink = [&](const QString& text, const std::string& (*address)()) {
         auto* const link = new Link(text);
         connect(link, &QPushButton::clicked, this,
-                [openURL, address] { static_cast<void>(openURL(address())); });
+                [this, address] { static_cast<void>(m_openURL(address())); });
         column->addWidget(link);
     };
     addLink("Peekmend web page", productPageAddress);
     addLink("Troubleshooting Quick Look previews", troubleshootingPageAddress);
     column->addStretch();
 
-    setWidget(page);
-    setWidgetResizable(true);
-    setFrameShape(QFrame::NoFrame);
-    setFocusPolicy(Qt::NoFocus);
-    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    return page;
 }
 
 } // namespace peekmend

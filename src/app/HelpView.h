@@ -11,7 +11,15 @@ namespace peekmend {
 class HelpView : public QScrollArea {
 public:
     /// `openURL` opens an address with the program that handles it.
-    explicit HelpView(const std::function<bool(const std::string& address)>& openURL);
+    explicit HelpView(std::function<bool(const std::string& address)> openURL);
+
+protected:
+    void showEvent(QShowEvent* event) override;
+
+private:
+    QWidget* makePage();
+
+    std::function<bool(const std::string& address)> m_openURL;
 };
 
 } // namespace peekmend

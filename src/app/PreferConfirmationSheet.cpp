@@ -8,6 +8,7 @@
 #include <QPushButton>
 #include <QTextCursor>
 
+#include <algorithm>
 #include <utility>
 
 namespace peekmend {
@@ -96,7 +97,7 @@ PreferConfirmationSheet::PreferConfirmationSheet(
 
     setMinimumWidth(leastWidth);
     setMaximumWidth(greatestWidth);
-    resize(idealWidth, 1);
+    resize(std::min(widthForFont(idealWidth), greatestWidth), 1);
     confirm->setFocus();
 }
 

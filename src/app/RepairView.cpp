@@ -40,17 +40,14 @@ RepairView::RepairView(const Services& services)
     placeholder->setWordWrap(true);
     m_placeholder = placeholder;
     m_progress = makeProgress();
-    m_report = makeReport();
-
     auto* const page = new QWidget;
-    auto* const column = new QVBoxLayout(page);
-    column->setContentsMargins(spacing::page, spacing::page, spacing::page, spacing::page);
-    column->setSpacing(spacing::section);
-    column->addWidget(m_dropZone);
-    column->addWidget(m_placeholder, 0, Qt::AlignTop);
-    column->addWidget(m_progress, 1);
-    column->addWidget(m_report, 1);
-    column->addStretch();
+    m_column = new QVBoxLayout(page);
+    m_column->setContentsMargins(spacing::page, spacing::page, spacing::page, spacing::page);
+    m_column->setSpacing(spacing::section);
+    m_column->addWidget(m_dropZone);
+    m_column->addWidget(m_placeholder, 0, Qt::AlignTop);
+    m_column->addWidget(m_progress, 1);
+    m_column->addStretch();
 
     auto* const scroll = new QScrollArea;
     scroll->setWidget(page);
@@ -79,7 +76,7 @@ RepairView::~RepairView() {
     m_model->detach();
 }
 
-QWidget* RepairView::makeReport() {
+void RepairView::addReport() {
     m_fetchError = new TextBlock(TextRole::body, ColourRole::red);
     m_verdict = new TextBlock(TextRole::body);
     m_servingLine = new TextBlock(TextRole::callout);
@@ -100,7 +97,7 @@ QWidget* RepairView::makeReport() {
     column->addWidget(m_table, 1);
     column->addWidget(m_noClaimants);
     column->addStretch();
-    return report;
+    m_column->insertWidget(m_column->indexOf(m_progress), report, 1);
 }
 
 QWidget* RepairView::makeProgress() {
@@ -142,7 +139,6 @@ void RepairView::render() {
     m_dropZone->render(state.fileURL, state.isDropTargeted);
     m_placeholder->setVisible(!state.report && !state.isDiagnosing);
     m_progress->setVisible(!state.report && state.isDiagnosing);
-    m_report->setVisible(state.report != nullptr);
     if (state.report) {
         renderReport(state);
     }
@@ -156,6 +152,10 @@ void RepairView::render() {
 }
 
 void RepairView::renderReport(const RepairViewState& state) {
+    if (m_table == nullptr) {
+        // The window is there sooner without it.
+        addReport();
+    }
     m_table->render(state.report, state.selectedClaimantID);
     if (std::exchange(m_shownReport, state.report) == state.report) {
         return;

@@ -11,6 +11,7 @@
 
 class QLabel;
 class QPushButton;
+class QVBoxLayout;
 
 namespace peekmend {
 
@@ -28,7 +29,7 @@ public:
     [[nodiscard]] RepairViewModel& model() { return *m_model; }
 
 private:
-    QWidget* makeReport();
+    void addReport();
     QWidget* makeProgress();
     QWidget* makeBar();
     void render();
@@ -42,16 +43,18 @@ private:
     DropZone* m_dropZone;
     QLabel* m_placeholder;
     QWidget* m_progress;
-    QWidget* m_report;
-    TextBlock* m_fetchError;
-    TextBlock* m_verdict;
-    TextBlock* m_servingLine;
-    ClaimantTable* m_table;
-    QLabel* m_noClaimants;
+    QVBoxLayout* m_column;
     QPushButton* m_prefer;
     QPushButton* m_undo;
     QPushButton* m_refresh;
     QPushButton* m_copy;
+
+    // The report, which is made when there is a first one.
+    TextBlock* m_fetchError = nullptr;
+    TextBlock* m_verdict = nullptr;
+    TextBlock* m_servingLine = nullptr;
+    ClaimantTable* m_table = nullptr;
+    QLabel* m_noClaimants = nullptr;
 
     std::shared_ptr<const QLDiagnosisReport> m_shownReport;
     QPointer<QDialog> m_sheet;

@@ -66,7 +66,7 @@ Alert::Alert(QWidget* window, const QString& title, const QString& message)
     column().addWidget(m_buttons);
     connect(m_buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
     connect(m_buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
-    resize(alertWidth, 1);
+    resize(widthForFont(alertWidth), 1);
     setMessage(message);
 }
 

@@ -7,9 +7,13 @@
 #include <QIconEngine>
 #include <QPainter>
 #include <QPalette>
+#include <QStyle>
+#include <QStyleOptionFocusRect>
 #include <QSvgRenderer>
 #include <QTimer>
 #include <QWidget>
+
+#include <algorithm>
 
 namespace peekmend {
 
@@ -25,7 +29,7 @@ RoleLook lookOf(TextRole role) {
     case TextRole::body:
         return {1, QFont::Normal};
     case TextRole::bodyMedium:
-        return {1, QFont::Medium};
+        return {1, QFont::DemiBold};
     case TextRole::title2:
         return {1.35, QFont::Bold};
     case TextRole::title3:
@@ -35,7 +39,7 @@ RoleLook lookOf(TextRole role) {
     case TextRole::callout:
         return {0.95, QFont::Normal};
     case TextRole::calloutMedium:
-        return {0.95, QFont::Medium};
+        return {0.95, QFont::DemiBold};
     case TextRole::footnote:
         return {0.9, QFont::Normal};
     case TextRole::caption:
@@ -208,6 +212,19 @@ QString plainToolTip(const QString& text) {
         broken += character;
     }
     return "<p style=\"white-space: pre-wrap\">" + broken.toHtmlEscaped() + "</p>";
+}
+
+void drawFocusFrame(QPainter& painter, const QWidget& widget) {
+    QStyleOptionFocusRect option;
+    option.initFrom(&widget);
+    option.state |= QStyle::State_KeyboardFocusChange;
+    widget.style()->drawPrimitive(QStyle::PE_FrameFocusRect, &option, &painter, &widget);
+}
+
+int widthForFont(int width) {
+    constexpr int usualCharacterWidth = 8;
+    const int characterWidth = QFontMetrics(QApplication::font()).averageCharWidth();
+    return std::max(width, width * characterWidth / usualCharacterWidth);
 }
 
 QString shown(std::string_view text) {

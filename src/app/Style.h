@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <string_view>
 
+class QPainter;
 class QWidget;
 
 /// The roles that text, colours and symbols have in all views, and what they look like here.
@@ -66,6 +67,12 @@ void applyRoles(QWidget& widget, TextRole text, ColourRole colour);
 
 /// The text as a tool tip that shows it literally and breaks lines anywhere.
 [[nodiscard]] QString plainToolTip(const QString& text);
+
+/// Draws around the whole widget that it has the focus.
+void drawFocusFrame(QPainter& painter, const QWidget& widget);
+
+/// A width in points that grows with the font: `width` with a usual one.
+[[nodiscard]] int widthForFont(int width);
 
 /// Text from the core, which is UTF-8. Other bytes, and characters that would reorder the text
 /// around them, become replacement characters.

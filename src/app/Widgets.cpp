@@ -5,7 +5,7 @@
 #include <QPainter>
 #include <QProgressBar>
 #include <QScrollBar>
-#include <QStyleOptionFocusRect>
+#include <QStyle>
 #include <QTextDocument>
 #include <QToolTip>
 
@@ -189,11 +189,8 @@ void TextBlock::resizeEvent(QResizeEvent* event) {
 void TextBlock::paintEvent(QPaintEvent* event) {
     QTextEdit::paintEvent(event);
     if (hasFocus()) {
-        QStyleOptionFocusRect option;
-        option.initFrom(viewport());
-        option.state |= QStyle::State_KeyboardFocusChange;
         QPainter painter(viewport());
-        style()->drawPrimitive(QStyle::PE_FrameFocusRect, &option, &painter, this);
+        drawFocusFrame(painter, *viewport());
     }
 }
 

@@ -1,0 +1,373 @@
+#include "app/model/RepairViewModel.h"
+
+#include "app/ModelSupport.h"
+#include "app/model/ExtensionsViewModel.h"
+#include "diagnosis/DiagnosticReportWriter.h"
+
+namespace peekmend::test {
+namespace {
+
+using namespace std::chrono_literals;
+using enum QLRegistrationState;
+
+const QLExtensionRecord a{"a", enabled, {}, {}};
+const QLExtensionRecord b{"b", ignored, {}, {}};
+const QLExtensionRecord c{"c", unmarked, {}, {}};
+
+class DiagnoseView : public testing::Test {
+protected:
+    /// Brings the view to show a report in which these claim the file "/f".
+    void show(const std::vector<QLExtensionRecord>& claimants) {
+        world.report = claimedBy(claimants);
+        model().chooseFile(FileURL("/f"));
+        world.settle();
+        world.diagnosed.clear();
+    }
+
+    /// Leaves the view with a repair that can be undone.
+    void prefer(const QLExtensionRecord& chosen) {
+        model().select(chosen.bundleID);
+        model().confirmPrefer(chosen);
+        world.settle();
+        world.commands.clear();
+        world.diagnosed.clear();
+    }
+
+    RepairViewModel& model() { return *view.model; }
+
+    World world;
+    View<RepairViewModel> view{world};
+};
+
+TEST_F(DiagnoseView, KeepsTheOldReportUntilTheNextFileIsDiagnosed) {
+    show({a});
+    model().select("a");
+    world.failing = {"use a"};
+    model().confirmPrefer(a);
+    world.settle();
+    model().chooseFile(std::nullopt);
+    EXPECT_TRUE(world.jobs.empty()) << "the panel was cancelled";
+    EXPECT_EQ(view.drawn.fileURL, FileURL("/f"));
+    EXPECT_EQ(view.drawn.selectedClaimantID, "a");
+    EXPECT_EQ(view.drawn.errorMessage, "Couldn't apply repair: no\n");
+
+    const auto oldReport = view.drawn.report;
+    world.report = claimedBy({b});
+    model().chooseFile(FileURL("/g"));
+    EXPECT_EQ(view.drawn.fileURL, FileURL("/g"));
+    EXPECT_EQ(view.drawn.selectedClaimantID, std::nullopt);
+    EXPECT_EQ(view.drawn.errorMessage, std::nullopt);
+    EXPECT_EQ(view.drawn.report, oldReport);
+    EXPECT_FALSE(canRefresh(view.drawn));
+    world.settle();
+    EXPECT_EQ(world.diagnosed, Strings{"/g"});
+    EXPECT_EQ(view.drawn.report->claimants, world.report.claimants);
+    EXPECT_TRUE(canRefresh(view.drawn));
+}
+
+TEST_F(DiagnoseView, TakesTheFirstDroppedItemLater) {
+    const FileURL first("/1");
+    const FileURL second("/2");
+
+    struct Case {
+        std::vector<std::optional<FileURL>> items;
+        bool isHandled;
+        std::optional<FileURL> taken;
+    };
+
+    for (const Case& drop : {
+             Case{{}, false, {}},
+             Case{{first, second, FileURL("/3")}, true, first},
+             Case{{std::nullopt, second}, true, {}},
+         }) {
+        View<RepairViewModel> fresh(world);
+        EXPECT_EQ(fresh.model->handleDrop(drop.items), drop.isHandled);
+        EXPECT_EQ(fresh.model->state().fileURL, std::nullopt) << "the drop has still to end";
+        world.diagnosed.clear();
+        world.settle();
+        EXPECT_EQ(fresh.drawn.fileURL, drop.taken);
+        EXPECT_EQ(world.diagnosed, drop.taken ? Strings{drop.taken->path()} : Strings{});
+        EXPECT_EQ(fresh.drawn.errorMessage, std::nullopt);
+    }
+}
+
+TEST_F(DiagnoseView, ShowsOfTwoDiagnosesTheLastToFinish) {
+    show({a});
+    model().chooseFile(FileURL("/first"));
+    model().chooseFile(FileURL("/second"));
+    world.report = claimedBy({b});
+    world.run(1);
+    EXPECT_EQ(view.drawn.report->claimants.at(0).record, b);
+    EXPECT_FALSE(view.drawn.isDiagnosing) << "although the other one still runs";
+    EXPECT_FALSE(world.services().diagnoses->isIdle());
+    world.report = claimedBy({c});
+    world.run(0);
+    EXPECT_EQ(view.drawn.report->claimants.at(0).record, c);
+    EXPECT_FALSE(view.drawn.isDiagnosing);
+    EXPECT_EQ(view.drawn.fileURL, FileURL("/second"));
+    EXPECT_TRUE(world.services().diagnoses->isIdle());
+}
+
+TEST_F(DiagnoseView, KeepsTheSelectionAcrossRefreshes) {
+    model().refresh();
+    EXPECT_TRUE(world.jobs.empty()) << "there is no file";
+    EXPECT_TRUE(canRefresh(view.drawn));
+    show({a, b});
+    model().select("a");
+    for (const bool isListed : {true, false, true}) {
+        world.report = isListed ? claimedBy({b, a}) : claimedBy({b});
+        model().refresh();
+        world.settle();
+        EXPECT_EQ(view.drawn.selectedClaimantID, "a");
+        EXPECT_EQ(canPrefer(view.drawn), isListed);
+    }
+    EXPECT_EQ(world.diagnosed, (Strings{"/f", "/f", "/f"}));
+}
+
+TEST_F(DiagnoseView, FindsTheSelectedClaimantAndItsPeers) {
+    const QLExtensionRecord again{"a", ignored, "2", "/other"};
+
+    struct Case {
+        std::optional<std::string> selected;
+        std::optional<std::size_t> claimant;
+        std::vector<QLExtensionRecord> peers;
+    };
+
+    EXPECT_EQ(selectedClaimant(view.drawn), nullptr);
+    show({a, b, again, c});
+    for (const Case& row : {
+             Case{{}, {}, {}},
+             Case{"gone", {}, {}},
+             Case{"b", 1, {a, again, c}},
+             Case{"a", 0, {b, c}},
+         }) {
+        model().select(row.selected);
+        const auto& claimants = view.drawn.report->claimants;
+        EXPECT_EQ(selectedClaimant(view.drawn), row.claimant ? &claimants[*row.claimant] : nullptr);
+        EXPECT_EQ(peersToIgnore(view.drawn), row.peers);
+    }
+}
+
+TEST_F(DiagnoseView, ConfirmsWhatTheSheetWasBuiltWithAndThePeersOfTheClick) {
+    show({a, b, c});
+    model().select("a");
+    model().openPreferSheet();
+    EXPECT_TRUE(view.drawn.showPreferSheet);
+    world.report = claimedBy({c});
+    EXPECT_TRUE(model().handleDrop({FileURL("/g")}));
+    world.settle();
+    EXPECT_TRUE(view.drawn.showPreferSheet);
+    EXPECT_EQ(selectedClaimant(view.drawn), nullptr);
+    model().confirmPrefer(a);
+    EXPECT_FALSE(view.drawn.showPreferSheet);
+    world.settle();
+    EXPECT_EQ(world.commands, (Strings{"use a", "restart"}));
+    EXPECT_EQ(states(view.drawn.undoSnapshot), (States{{"a", enabled}}));
+
+    model().openPreferSheet();
+    model().cancelPrefer();
+    EXPECT_FALSE(view.drawn.showPreferSheet);
+}
+
+TEST_F(DiagnoseView, PrefersWhatWasReportedAtTheClick) {
+    show({a, b, c});
+    model().select("c");
+    View<ExtensionsViewModel> other(world);
+    other.model->changeState({"x", enabled, {}, {}}, "ignore");
+    model().confirmPrefer(c);
+    world.report = claimedBy({{"a", unmarked, {}, {}}});
+    model().refresh();
+    model().select(std::nullopt);
+    ASSERT_EQ(world.jobs.size(), 2U) << "the change and the diagnosis";
+    world.run(1);
+    EXPECT_EQ(view.drawn.report->claimants, world.report.claimants);
+    world.settle();
+    EXPECT_EQ(world.commands,
+              (Strings{"ignore x", "restart", "ignore a", "ignore b", "use c", "restart"}));
+    EXPECT_EQ(states(view.drawn.undoSnapshot),
+              (States{{"a", enabled}, {"b", ignored}, {"c", unmarked}}));
+}
+
+TEST_F(DiagnoseView, DiagnosesAgainAfterARepair) {
+    model().confirmPrefer(b);
+    world.settle();
+    EXPECT_EQ(world.commands, (Strings{"use b", "restart"}));
+    EXPECT_TRUE(world.diagnosed.empty()) << "there is no file";
+
+    show({a, b});
+    model().undoLastRepair();
+    world.settle();
+    EXPECT_FALSE(canUndo(view.drawn));
+    EXPECT_EQ(world.diagnosed, Strings{"/f"});
+
+    model().select("b");
+    bool diagnosedTooEarly = false;
+    model().onChange = [&] {
+        view.drawn = model().state();
+        diagnosedTooEarly |= view.drawn.isDiagnosing && !canUndo(view.drawn);
+    };
+    model().confirmPrefer(b);
+    world.run(0);
+    EXPECT_FALSE(diagnosedTooEarly);
+    EXPECT_EQ(states(view.drawn.undoSnapshot), (States{{"a", enabled}, {"b", ignored}}));
+    EXPECT_EQ(loadLastRepairSnapshot(*world.defaults), view.drawn.undoSnapshot);
+    EXPECT_TRUE(view.drawn.isDiagnosing);
+    world.settle();
+    EXPECT_EQ(world.diagnosed, (Strings{"/f", "/f"}));
+}
+
+TEST_F(DiagnoseView, TellsOfAFailedRepairAndChangesNothingElse) {
+    show({a, b, c});
+    prefer(a);
+    const auto report = view.drawn.report;
+    const auto snapshot = view.drawn.undoSnapshot;
+    ASSERT_TRUE(snapshot);
+    world.failing = {"ignore b", "default c"};
+
+    struct Case {
+        std::function<void()> act;
+        std::string message;
+    };
+
+    for (const Case& row : {
+             Case{[&] { model().confirmPrefer(a); }, "Couldn't apply repair: no\n"},
+             Case{[&] { model().undoLastRepair(); }, "Couldn't undo repair: no\n"},
+         }) {
+        row.act();
+        world.settle();
+        EXPECT_EQ(view.drawn.errorMessage, row.message);
+        EXPECT_EQ(view.drawn.undoSnapshot, snapshot);
+        EXPECT_EQ(loadLastRepairSnapshot(*world.defaults), snapshot);
+        EXPECT_EQ(view.drawn.report, report);
+        EXPECT_TRUE(world.diagnosed.empty());
+        model().dismissError();
+        EXPECT_EQ(view.drawn.errorMessage, std::nullopt);
+    }
+    world.failing.clear();
+    model().undoLastRepair();
+    world.settle();
+    EXPECT_EQ(view.drawn.undoSnapshot, std::nullopt);
+    EXPECT_TRUE(world.defaults->values.empty());
+}
+
+TEST_F(DiagnoseView, UndoesAtItsTurnWhatTheLastRepairThenIs) {
+    show({b, c});
+    model().undoLastRepair();
+    EXPECT_TRUE(world.jobs.empty()) << "there is nothing to undo";
+    prefer(b);
+    model().select("c");
+    model().confirmPrefer(c);
+    model().undoLastRepair();
+    model().undoLastRepair();
+    world.settle();
+    EXPECT_EQ(world.commands,
+              (Strings{"ignore b", "use c", "restart", "ignore b", "default c", "restart"}))
+        << "the repair that was under way, and that once";
+    EXPECT_EQ(world.diagnosed, (Strings{"/f", "/f"}));
+    EXPECT_EQ(view.drawn.errorMessage, std::nullopt);
+    EXPECT_TRUE(world.services().repairs->isIdle());
+}
+
+TEST_F(DiagnoseView, CopiesTheReportAndNeverStretchesTheFeedback) {
+    model().copyReport();
+    EXPECT_FALSE(canCopy(view.drawn));
+    EXPECT_TRUE(world.copied.empty());
+    show({a});
+    EXPECT_TRUE(canCopy(view.drawn));
+    const std::string text = DiagnosticReportWriter::reportText(*view.drawn.report);
+    model().copyReport();
+    world.queue->advance(1000ms);
+    model().copyReport();
+    EXPECT_EQ(world.copied, (Strings{text, text}));
+    world.queue->advance(499ms);
+    EXPECT_TRUE(view.drawn.copiedFeedback);
+    world.queue->advance(1ms);
+    EXPECT_FALSE(view.drawn.copiedFeedback) << "the first copy's time is over";
+    world.queue->advance(1000ms);
+    EXPECT_FALSE(view.drawn.copiedFeedback);
+}
+
+TEST_F(DiagnoseView, OpensTheSettingsByTheFirstWayThatWorks) {
+    const Strings ways = {"x-apple.systempreferences:com.apple.ExtensionsPreferences",
+                          "x-apple.systempreferences:com.apple.preference.extensions",
+                          "System Settings", "System Preferences"};
+    for (std::size_t working = 0; working <= ways.size(); ++working) {
+        world.opened.clear();
+        world.openable = working < ways.size() ? ways[working] : "";
+        model().openExtensionSettings();
+        const std::size_t tried = std::min(working + 1, ways.size());
+        EXPECT_EQ(world.opened,
+                  Strings(ways.begin(), ways.begin() + static_cast<std::ptrdiff_t>(tried)));
+    }
+    EXPECT_EQ(view.drawn.errorMessage, std::nullopt);
+}
+
+TEST_F(DiagnoseView, IsNeverStuckWhenNoThreadIsToBeHad) {
+    world.refusesJobs = true;
+    model().chooseFile(FileURL("/f"));
+    EXPECT_TRUE(view.drawn.isDiagnosing);
+    world.settle();
+    EXPECT_FALSE(view.drawn.isDiagnosing);
+    ASSERT_TRUE(view.drawn.report);
+    EXPECT_EQ(view.drawn.report->fileURL, FileURL("/f"));
+    EXPECT_EQ(view.drawn.report->fetchError, "no thread");
+    EXPECT_NE(view.drawn.report->verdict, "");
+    model().confirmPrefer(a);
+    world.settle();
+    EXPECT_EQ(view.drawn.errorMessage, "Couldn't apply repair: no thread");
+    world.refusesJobs = false;
+    prefer(a);
+    EXPECT_TRUE(canUndo(view.drawn)) << "the queue goes on after a refusal";
+    EXPECT_EQ(view.drawn.errorMessage, std::nullopt);
+}
+
+TEST_F(DiagnoseView, IsDoneWithOnceItIsClosed) {
+    for (const bool isHeldByARepair : {true, false}) {
+        View<RepairViewModel> closing(world);
+        const auto held = isHeldByARepair ? closing.model : nullptr;
+        const std::weak_ptr<RepairViewModel> weak = closing.model;
+        world.report = claimedBy({a});
+        closing.model->chooseFile(FileURL("/f"));
+        world.settle();
+        closing.model->copyReport();
+        closing.model->refresh();
+        EXPECT_TRUE(closing.model->handleDrop({FileURL("/g")}));
+        world.report = claimedBy({b});
+        world.diagnosed.clear();
+        std::size_t timesIdle = 0;
+        world.services().diagnoses->onIdle = [&] { ++timesIdle; };
+        closing.close();
+        EXPECT_EQ(weak.expired(), !isHeldByARepair);
+        world.settle();
+        world.queue->advance(2000ms);
+        EXPECT_EQ(world.diagnosed, Strings{"/f"}) << "only what was under way";
+        EXPECT_TRUE(world.lastStop.stop_requested());
+        ASSERT_TRUE(closing.drawn.report);
+        EXPECT_EQ(closing.drawn.report->claimants.at(0).record, a);
+        EXPECT_EQ(timesIdle, 1U);
+        world.services().diagnoses->onIdle = nullptr;
+    }
+}
+
+TEST_F(DiagnoseView, CarriesAConfirmedRepairOutAlthoughItIsClosed) {
+    std::size_t timesIdle = 0;
+    world.services().repairs->onIdle = [&] { ++timesIdle; };
+    show({a, b});
+    model().select("a");
+    View<ExtensionsViewModel> extensions(world);
+    world.failing = {"default c"};
+    model().confirmPrefer(a);
+    extensions.model->changeState(c, "default");
+    view.close();
+    extensions.close();
+    world.settle();
+    EXPECT_EQ(world.commands, (Strings{"ignore b", "use a", "restart", "default c"}));
+    EXPECT_EQ(states(loadLastRepairSnapshot(*world.defaults)),
+              (States{{"a", enabled}, {"b", ignored}}));
+    EXPECT_EQ(world.toldWithoutWindow, Strings{"Couldn't update c: no\n"});
+    EXPECT_TRUE(world.diagnosed.empty());
+    EXPECT_EQ(timesIdle, 1U) << "when both are done";
+}
+
+} // namespace
+} // namespace peekmend::test
