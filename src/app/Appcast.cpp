@@ -6,41 +6,41 @@ namespace peekmend {
 
 namespace {
 
-/// A version has to begin with a number to be one.
-void takeVersion(AppcastItem& item, const QString& text) {
-    const QString trimmed = text.trimmed();
-    const QVersionNumber version = QVersionNumber::fromString(trimmed);
-    if (!version.isNull()) {
-        item.version = version;
-        item.versionText = trimmed;
+/// The versions that an item names. People read the short one, and it is what this program's own
+/// version is compared with; the other may count builds.
+struct ItemVersions {
+    QString plain;
+    QString shortened;
+
+    void take(QStringView name, const QString& text) {
+        if (name == QLatin1String("version")) {
+            plain = text.trimmed();
+        } else if (name == QLatin1String("shortVersionString")) {
+            shortened = text.trimmed();
+        }
     }
-}
+};
 
 AppcastItem readItem(QXmlStreamReader& xml) {
     AppcastItem item;
+    ItemVersions versions;
     while (xml.readNextStartElement()) {
-        if (xml.name() == QLatin1String("enclosure")) {
-            // The short form is what people read and what "version" of this program means.
-            for (const char* const wanted : {"version", "shortVersionString"}) {
-                for (const QXmlStreamAttribute& attribute : xml.attributes()) {
-                    if (attribute.name() == QLatin1String(wanted)) {
-                        takeVersion(item, attribute.value().toString());
-                    }
-                }
+        const QString name = xml.name().toString();
+        for (const QXmlStreamAttribute& attribute : xml.attributes()) {
+            if (name == QLatin1String("enclosure")) {
+                versions.take(attribute.name(), attribute.value().toString());
             }
-            xml.skipCurrentElement();
-        } else if (xml.name() == QLatin1String("shortVersionString") ||
-                   (xml.name() == QLatin1String("version") && item.version.isNull())) {
-            takeVersion(item, xml.readElementText(QXmlStreamReader::SkipChildElements));
-        } else if (xml.name() == QLatin1String("link")) {
-            const QUrl page(xml.readElementText(QXmlStreamReader::SkipChildElements).trimmed());
-            if (page.isValid() && page.scheme() == QLatin1String("https")) {
-                item.page = page;
-            }
-        } else {
-            xml.skipCurrentElement();
+        }
+        const QString text = xml.readElementText(QXmlStreamReader::SkipChildElements).trimmed();
+        versions.take(name, text);
+        if (const QUrl page(text);
+            name == QLatin1String("link") && page.scheme() == QLatin1String("https")) {
+            item.page = page;
         }
     }
+    item.versionText = versions.shortened.isEmpty() ? versions.plain : versions.shortened;
+    // A version has to begin with a number to be one.
+    item.version = QVersionNumber::fromString(item.versionText);
     return item;
 }
 

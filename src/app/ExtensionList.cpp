@@ -89,7 +89,7 @@ public:
 
     /// The button that has the focus; -1 when none has.
     [[nodiscard]] int focusedButton() const {
-        const auto found =
+        const auto* const found =
             std::ranges::find_if(m_buttons, [](const auto* button) { return button->hasFocus(); });
         return found == m_buttons.end() ? -1 : static_cast<int>(found - m_buttons.begin());
     }
@@ -246,7 +246,7 @@ void ExtensionList::placeRows() {
     bar.setPageStep(height);
     bar.setRange(0, std::max((count * m_rowHeight) - height, 0));
 
-    const auto needed = static_cast<std::size_t>((height / m_rowHeight) + 2);
+    const auto needed = static_cast<std::size_t>(height / m_rowHeight) + 2;
     if (m_rows.size() < needed) {
         // All rows get other records now, so none may keep the focus.
         const bool hadFocus = viewport()->isAncestorOf(focusWidget()) && focusWidget()->hasFocus();
@@ -364,7 +364,7 @@ bool ExtensionList::eventFilter(QObject* object, QEvent* event) {
     if (event->type() == QEvent::KeyPress || event->type() == QEvent::FocusIn) {
         for (const ExtensionRow* const row : m_rows) {
             const auto& buttons = row->buttons();
-            const auto found = std::ranges::find(buttons, object);
+            const auto* const found = std::ranges::find(buttons, object);
             if (found == buttons.end()) {
                 continue;
             }

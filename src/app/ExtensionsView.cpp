@@ -16,6 +16,20 @@
 
 namespace peekmend {
 
+namespace {
+
+QWidget* makeProgress() {
+    auto* const progress = new QWidget;
+    auto* const column = new QVBoxLayout(progress);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(spacing::item);
+    column->addWidget(new Label("Loading\u2026", TextRole::body));
+    column->addWidget(makeProgressBar("Loading\u2026"));
+    return progress;
+}
+
+} // namespace
+
 ExtensionsView::ExtensionsView(const Services& services)
     : m_model(std::make_shared<ExtensionsViewModel>(services)),
       m_alert(*this, [this] { m_model->dismissError(); }),
@@ -57,16 +71,6 @@ ExtensionsView::ExtensionsView(const Services& services)
 
 ExtensionsView::~ExtensionsView() {
     m_model->detach();
-}
-
-QWidget* ExtensionsView::makeProgress() {
-    auto* const progress = new QWidget;
-    auto* const column = new QVBoxLayout(progress);
-    column->setContentsMargins(0, 0, 0, 0);
-    column->setSpacing(spacing::item);
-    column->addWidget(new Label("Loading\u2026", TextRole::body));
-    column->addWidget(makeProgressBar("Loading\u2026"));
-    return progress;
 }
 
 void ExtensionsView::showEvent(QShowEvent* event) {

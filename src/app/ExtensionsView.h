@@ -29,7 +29,6 @@ protected:
     void showEvent(QShowEvent* event) override;
 
 private:
-    QWidget* makeProgress();
     void render();
     void renderConfirmation(const ExtensionsViewState& state);
 

@@ -25,11 +25,25 @@ namespace {
 
 constexpr int progressWidth = 160;
 
+QWidget* makeProgress() {
+    auto* const bar = makeProgressBar("Diagnosing\u2026");
+    bar->setFixedWidth(progressWidth);
+    auto* const progress = new QWidget;
+    auto* const column = new QVBoxLayout(progress);
+    column->setSpacing(spacing::item);
+    column->addStretch();
+    column->addWidget(bar, 0, Qt::AlignHCenter);
+    column->addWidget(new Label("Diagnosing\u2026", TextRole::body), 0, Qt::AlignHCenter);
+    column->addStretch();
+    return progress;
+}
+
 } // namespace
 
 RepairView::RepairView(const Services& services)
     : m_model(std::make_shared<RepairViewModel>(services)),
-      m_alert(*this, [this] { m_model->dismissError(); }), m_dropZone(new DropZone) {
+      m_alert(*this, [this] { m_model->dismissError(); }), m_dropZone(new DropZone),
+      m_progress(makeProgress()) {
     m_dropZone->onChoose = [this] { openFilePanel(); };
     m_dropZone->onTargeted = [this](bool isTargeted) { m_model->setDropTargeted(isTargeted); };
     m_dropZone->onDrop = [this](const auto& items) { return m_model->handleDrop(items); };
@@ -39,7 +53,6 @@ RepairView::RepairView(const Services& services)
                                         TextRole::body, ColourRole::secondary);
     placeholder->setWordWrap(true);
     m_placeholder = placeholder;
-    m_progress = makeProgress();
     auto* const page = new QWidget;
     m_column = new QVBoxLayout(page);
     m_column->setContentsMargins(spacing::page, spacing::page, spacing::page, spacing::page);
@@ -98,19 +111,6 @@ void RepairView::addReport() {
     column->addWidget(m_noClaimants);
     column->addStretch();
     m_column->insertWidget(m_column->indexOf(m_progress), report, 1);
-}
-
-QWidget* RepairView::makeProgress() {
-    auto* const bar = makeProgressBar("Diagnosing\u2026");
-    bar->setFixedWidth(progressWidth);
-    auto* const progress = new QWidget;
-    auto* const column = new QVBoxLayout(progress);
-    column->setSpacing(spacing::item);
-    column->addStretch();
-    column->addWidget(bar, 0, Qt::AlignHCenter);
-    column->addWidget(new Label("Diagnosing\u2026", TextRole::body), 0, Qt::AlignHCenter);
-    column->addStretch();
-    return progress;
 }
 
 QWidget* RepairView::makeBar() {

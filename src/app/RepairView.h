@@ -30,7 +30,6 @@ public:
 
 private:
     void addReport();
-    QWidget* makeProgress();
     QWidget* makeBar();
     void render();
     void renderReport(const RepairViewState& state);
@@ -44,10 +43,10 @@ private:
     QLabel* m_placeholder;
     QWidget* m_progress;
     QVBoxLayout* m_column;
-    QPushButton* m_prefer;
-    QPushButton* m_undo;
-    QPushButton* m_refresh;
-    QPushButton* m_copy;
+    QPushButton* m_prefer = nullptr;
+    QPushButton* m_undo = nullptr;
+    QPushButton* m_refresh = nullptr;
+    QPushButton* m_copy = nullptr;
 
     // The report, which is made when there is a first one.
     TextBlock* m_fetchError = nullptr;

@@ -43,7 +43,7 @@ RoleLook lookOf(TextRole role) {
     case TextRole::footnote:
         return {0.9, QFont::Normal};
     case TextRole::caption:
-        return {0.9, QFont::Normal};
+        return {0.88, QFont::Normal};
     case TextRole::caption2:
         return {0.85, QFont::Normal};
     }

@@ -19,6 +19,7 @@ namespace {
 
 constexpr qint64 documentLimit = qint64{1024} * 1024;
 constexpr std::chrono::seconds longestSilence(20);
+constexpr int mostRedirects = 5;
 
 bool mayBeAsked(const QUrl& feed) {
     return feed.scheme() == QLatin1String("https") ||
@@ -54,16 +55,28 @@ void UpdaterController::checkForUpdates() {
     show("Checking for updates\u2026", "Asking " + m_feed.host() + ".", "Cancel");
     if (!m_network) {
         m_network = std::make_unique<QNetworkAccessManager>();
-        m_network->setRedirectPolicy(QNetworkRequest::NoLessSafeRedirectPolicy);
+        m_network->setRedirectPolicy(QNetworkRequest::UserVerifiedRedirectPolicy);
         m_network->setTransferTimeout(
             static_cast<int>(std::chrono::milliseconds(longestSilence).count()));
     }
     QNetworkRequest request(m_feed);
+    request.setMaximumRedirectsAllowed(mostRedirects);
     request.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
     request.setHeader(QNetworkRequest::UserAgentHeader,
                       QString("Peekmend/") + buildConfig::version);
     m_document.clear();
     m_reply = m_network->get(request);
+    connect(m_reply, &QNetworkReply::redirected, this, [this](const QUrl& target) {
+        if (mayBeAsked(target)) {
+            emit m_reply->redirectAllowed();
+        } else {
+            stop();
+            show("The check for updates failed",
+                 "The update address leads to another one that is not secure, so that one was not "
+                 "asked.",
+                 "OK");
+        }
+    });
     connect(m_reply, &QNetworkReply::readyRead, this, &UpdaterController::read);
     connect(m_reply, &QNetworkReply::finished, this, &UpdaterController::finished);
 }
@@ -96,6 +109,9 @@ void UpdaterController::show(const QString& title, const QString& message,
 }
 
 void UpdaterController::read() {
+    if (!m_reply->isOpen()) {
+        return;
+    }
     m_document += m_reply->read(documentLimit + 1 - m_document.size());
     if (m_document.size() > documentLimit) {
         m_reply->abort();

@@ -1,13 +1,12 @@
 #include "app/BuildConfig.h"
 #include "app/PeekmendApp.h"
-#include "app/Style.h"
 #include "platform/ProcessSetup.h"
 
 #include <QApplication>
 
 int main(int argc, char** argv) {
     peekmend::prepareProcess();
-    QApplication application(argc, argv);
+    const QApplication application(argc, argv);
     QApplication::setApplicationName("peekmend");
     QApplication::setApplicationDisplayName("Peekmend");
     QApplication::setApplicationVersion(peekmend::buildConfig::version);

@@ -40,6 +40,9 @@ TEST(Appcast, OffersItsHighestVersion) {
              Case{rss("<item><s:shortVersionString>1.4</s:shortVersionString><s:version>900"
                       "</s:version><link> https://x.test/?a&amp;b </link></item>"),
                   "1.4", "https://x.test/?a&b"},
+             Case{rss("<item><s:shortVersionString>0.1</s:shortVersionString>"
+                      "<enclosure s:version='900'/></item>"),
+                  "0.1", ""},
              Case{rss(item("2&lt;b>") + "<item><link>https://x.test/</link></item>"), "2<b>", ""},
              Case{rss("<item><link>file:///bin/sh</link><s:version>1</s:version></item>"), "1", ""},
              Case{rss(item("") + item("new") + item("99999999999999999999")), {}, ""},
@@ -57,18 +60,6 @@ TEST(Appcast, OffersItsHighestVersion) {
 
 class Updater : public testing::Test {
 protected:
-    static void SetUpTestSuite() {
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-        static int argumentCount = 1;
-        static char name[] = "test";
-        static char* arguments[] = {name, nullptr};
-        application = std::make_unique<QApplication>(argumentCount, arguments);
-        // The windows that come and go here are not the last ones of a program.
-        QApplication::setQuitOnLastWindowClosed(false);
-    }
-
-    static void TearDownTestSuite() { application.reset(); }
-
     void SetUp() override {
         ASSERT_TRUE(server.listen(QHostAddress::LocalHost));
         QObject::connect(&server, &QTcpServer::newConnection, [this] {
@@ -150,7 +141,6 @@ protected:
         return shown();
     }
 
-    static inline std::unique_ptr<QApplication> application;
     const std::string version = buildConfig::version;
     const Strings checking{"Checking for updates\u2026", "Asking 127.0.0.1.", "[Cancel]"};
     const Strings upToDate{"Peekmend is up to date", "Version " + version + " is the newest one.",
@@ -289,6 +279,20 @@ TEST_F(Updater, AsksNoAddressThatItMustNot) {
         click("OK");
         EXPECT_EQ(shown(), Strings());
     }
+}
+
+TEST_F(Updater, FollowsNoRedirectToAnAddressThatItMustNotAsk) {
+    auto updater = controller(feed());
+    answer =
+        "HTTP/1.1 302 Found\r\nContent-Length: 0\r\nLocation: " + feed("localhost").toEncoded() +
+        "\r\n\r\n";
+    updater.checkForUpdates();
+    ASSERT_TRUE(await([&] { return shown() != checking; }));
+    EXPECT_EQ(shown(), Strings({"The check for updates failed",
+                                "The update address leads to another one that is not secure, so "
+                                "that one was not asked.",
+                                "[OK]"}));
+    EXPECT_EQ(connections, 1);
 }
 
 } // namespace
