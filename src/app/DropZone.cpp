@@ -7,7 +7,6 @@
 #include <QDragEnterEvent>
 #include <QMimeData>
 #include <QPainter>
-#include <QPushButton>
 #include <QVBoxLayout>
 
 namespace peekmend {
@@ -27,34 +26,50 @@ std::vector<std::optional<FileURL>> filesIn(const QMimeData& data) {
     return droppedFiles({list.constData(), static_cast<std::size_t>(list.size())});
 }
 
+/// The picture of what is to be dropped here.
+class Symbol : public QWidget {
+public:
+    Symbol() {
+        setAccessibleRole(*this, QAccessible::Graphic);
+        setAccessibleName("Document");
+        setFixedSize(symbolSize, symbolSize);
+    }
+
+protected:
+    void paintEvent(QPaintEvent* /*event*/) override {
+        QPainter painter(this);
+        m_icon.paint(&painter, rect(), Qt::AlignCenter, QIcon::Disabled);
+    }
+
+private:
+    QIcon m_icon = symbol("document");
+};
+
 } // namespace
 
 DropZone::DropZone()
-    : m_symbol(new QLabel), m_title(new ElidedLabel(QString(), TextRole::headline)),
+    : m_title(new ElidedLabel(QString(), TextRole::headline)),
       m_path(new ElidedLabel(QString(), TextRole::caption, ColourRole::secondary)) {
     setAccessibleRole(*this, QAccessible::Grouping);
     setAccessibleName("Drop zone");
     setAcceptDrops(true);
     setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
 
-    m_symbol->setAlignment(Qt::AlignCenter);
-    m_symbol->setAccessibleName("Document");
     for (ElidedLabel* const label : {m_title, m_path}) {
         label->setAlignment(Qt::AlignCenter);
         label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
     }
-    auto* const choose = new QPushButton("Choose F&ile\u2026");
+    auto* const choose = new ActionButton("Choose F&ile\u2026");
     choose->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     connect(choose, &QPushButton::clicked, this, [this] { onChoose(); });
 
     auto* const column = new QVBoxLayout(this);
     column->setContentsMargins(spacing::page, spacing::page, spacing::page, spacing::page);
     column->setSpacing(spacing::item);
-    column->addWidget(m_symbol);
+    column->addWidget(new Symbol, 0, Qt::AlignHCenter);
     column->addWidget(m_title);
     column->addWidget(m_path);
     column->addWidget(choose, 0, Qt::AlignHCenter);
-    updateSymbol();
 }
 
 void DropZone::render(const std::optional<FileURL>& fileURL, bool isDropTargeted) {
@@ -114,18 +129,6 @@ void DropZone::paintEvent(QPaintEvent* /*event*/) {
     constexpr double inset = borderWidth / 2;
     painter.drawRoundedRect(QRectF(rect()).adjusted(inset, inset, -inset, -inset),
                             cornerRadius - inset, cornerRadius - inset);
-}
-
-void DropZone::changeEvent(QEvent* event) {
-    QWidget::changeEvent(event);
-    if (changesRoles(event->type())) {
-        updateSymbol();
-    }
-}
-
-void DropZone::updateSymbol() {
-    m_symbol->setPixmap(
-        symbol("document").pixmap({symbolSize, symbolSize}, devicePixelRatioF(), QIcon::Disabled));
 }
 
 } // namespace peekmend

@@ -8,8 +8,6 @@
 #include <optional>
 #include <vector>
 
-class QLabel;
-
 namespace peekmend {
 
 class ElidedLabel;
@@ -34,12 +32,8 @@ protected:
     void dragLeaveEvent(QDragLeaveEvent* event) override;
     void dropEvent(QDropEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
-    void changeEvent(QEvent* event) override;
 
 private:
-    void updateSymbol();
-
-    QLabel* m_symbol;
     ElidedLabel* m_title;
     ElidedLabel* m_path;
     bool m_isDropTargeted = false;

@@ -66,8 +66,7 @@ public:
         auto* const buttons = new QHBoxLayout;
         buttons->setSpacing(spacing::small);
         for (std::size_t i = 0; i < electionButtons.size(); ++i) {
-            m_buttons.at(i) = new QPushButton(electionButtons.at(i).text);
-            m_buttons.at(i)->setAutoDefault(false);
+            m_buttons.at(i) = new ActionButton(electionButtons.at(i).text);
             buttons->addWidget(m_buttons.at(i));
         }
         auto* const row = new QHBoxLayout(this);
@@ -79,7 +78,7 @@ public:
         fitToFont();
     }
 
-    [[nodiscard]] const std::array<QPushButton*, electionButtons.size()>& buttons() const {
+    [[nodiscard]] const std::array<ActionButton*, electionButtons.size()>& buttons() const {
         return m_buttons;
     }
 
@@ -87,18 +86,15 @@ public:
 
     [[nodiscard]] int index() const { return m_index; }
 
-    /// The button that has the focus; -1 when none has.
-    [[nodiscard]] int focusedButton() const {
-        const auto* const found =
-            std::ranges::find_if(m_buttons, [](const auto* button) { return button->hasFocus(); });
-        return found == m_buttons.end() ? -1 : static_cast<int>(found - m_buttons.begin());
+    [[nodiscard]] bool hasFocusedButton() const {
+        return std::ranges::any_of(m_buttons, &QWidget::hasFocus);
     }
 
     /// Gives the focus to this button, or to another of the row where it is disabled.
     void focusButton(int button) {
         const auto count = static_cast<int>(m_buttons.size());
         for (int step = 0; step < count; ++step) {
-            QPushButton* const candidate =
+            ActionButton* const candidate =
                 m_buttons.at(static_cast<std::size_t>((button + step) % count));
             if (candidate->isEnabled()) {
                 candidate->setFocus(Qt::TabFocusReason);
@@ -108,14 +104,19 @@ public:
     }
 
     void setTabStop(bool isTabStop) {
-        for (QPushButton* const button : m_buttons) {
+        for (ActionButton* const button : m_buttons) {
             button->setFocusPolicy(isTabStop ? Qt::StrongFocus : Qt::ClickFocus);
         }
     }
 
+    /// Whether the row shows this record, in whatever state.
+    [[nodiscard]] bool isFor(int index, const QLExtensionRecord& record) const {
+        return index == m_index && record.bundleID == m_record.bundleID &&
+               record.path == m_record.path;
+    }
+
     void show(int index, std::size_t count, const QLExtensionRecord& record) {
-        const bool isOther = index != m_index || record.bundleID != m_record.bundleID ||
-                             record.path != m_record.path;
+        const bool isOther = !isFor(index, record);
         m_index = index;
         setAccessibleDescription(QString("%1 of %2").arg(index + 1).arg(count));
         if (!isOther && record == m_record && m_isFilled) {
@@ -132,32 +133,20 @@ public:
         m_version->setWholeText(shown(record.version.value_or(std::string())));
         m_version->setVisible(record.version.has_value());
         m_path->setWholeText(shown(record.path.value_or(std::string())));
-        const int focused = focusedButton();
         for (std::size_t i = 0; i < m_buttons.size(); ++i) {
-            QPushButton& button = *m_buttons.at(i);
+            ActionButton& button = *m_buttons.at(i);
             if (isOther) {
                 // A press that began on another record must not become a click on this one.
-                button.setDown(false);
+                button.cancelPress();
             }
             button.setAccessibleName(QString(electionButtons.at(i).text) + " " + identifier);
-            if (canElect(record, electionButtons.at(i).election)) {
-                button.setEnabled(true);
-            }
-        }
-        // The focus goes to another button of the row before its own is disabled.
-        for (std::size_t i = 0; i < m_buttons.size(); ++i) {
-            if (!canElect(record, electionButtons.at(i).election)) {
-                if (static_cast<int>(i) == focused) {
-                    focusButton(focused + 1);
-                }
-                m_buttons.at(i)->setEnabled(false);
-            }
+            button.setEnabled(canElect(record, electionButtons.at(i).election));
         }
     }
 
     void fitToFont() {
         const QFont font = roleFont(TextRole::caption);
-        for (QPushButton* const button : m_buttons) {
+        for (ActionButton* const button : m_buttons) {
             button->setFont(font);
         }
         constexpr int versionCharacters = 24;
@@ -181,7 +170,7 @@ private:
     ElidedLabel* m_identifier;
     ElidedLabel* m_version;
     ElidedLabel* m_path;
-    std::array<QPushButton*, electionButtons.size()> m_buttons{};
+    std::array<ActionButton*, electionButtons.size()> m_buttons{};
 };
 
 ExtensionList::ExtensionList() {
@@ -209,7 +198,7 @@ void ExtensionList::addRow() {
     row->hide();
     m_rows.push_back(row);
     for (std::size_t i = 0; i < electionButtons.size(); ++i) {
-        QPushButton* const button = row->buttons().at(i);
+        ActionButton* const button = row->buttons().at(i);
         button->installEventFilter(this);
         connect(button, &QPushButton::clicked, this, [this, row, i] {
             // A copy, as the row may show another record when the call returns.
@@ -261,30 +250,33 @@ void ExtensionList::placeRows() {
 
     const int first = rowAt(0);
     const int last = std::min(rowAt(height - 1), count - 1);
-    std::vector<bool> isUsed(m_rows.size());
+    std::vector<bool> isInSight(m_rows.size());
     for (int index = first; index <= last; ++index) {
         const std::size_t slot = static_cast<std::size_t>(index) % m_rows.size();
+        const QLExtensionRecord& record = m_records[static_cast<std::size_t>(index)];
         ExtensionRow& row = *m_rows[slot];
-        isUsed[slot] = true;
-        if (row.index() != index && row.focusedButton() >= 0) {
+        isInSight[slot] = true;
+        if (row.hasFocusedButton() && !row.isFor(index, record)) {
             // Pressing a key must not act on a record that has just come under the focus.
             setFocus();
         }
-        row.show(index, m_records.size(), m_records[static_cast<std::size_t>(index)]);
+        row.show(index, m_records.size(), record);
         row.setGeometry(0, (index * m_rowHeight) - bar.value(), viewport()->width(), m_rowHeight);
         row.setVisible(true);
+        // The order of the widgets is the one in which they are read.
+        row.raise();
     }
     for (std::size_t slot = 0; slot < m_rows.size(); ++slot) {
-        if (!isUsed[slot]) {
-            if (m_rows[slot]->focusedButton() >= 0) {
+        if (!isInSight[slot]) {
+            if (m_rows[slot]->hasFocusedButton()) {
                 setFocus();
             }
             m_rows[slot]->hide();
         }
     }
-    const int lastWhole = std::max(rowAt(height - m_rowHeight + 1), first);
-    setCurrent(std::clamp(m_current, std::min(first, std::max(last, 0)),
-                          std::max(std::min(lastWhole, last), std::min(first, std::max(last, 0)))));
+    const auto focused = std::ranges::find_if(m_rows, &ExtensionRow::hasFocusedButton);
+    setCurrent(focused != m_rows.end() ? (*focused)->index()
+                                       : std::clamp(m_current, first, std::max(last, first)));
 }
 
 void ExtensionList::setCurrent(int index) {
@@ -294,21 +286,22 @@ void ExtensionList::setCurrent(int index) {
     }
 }
 
-void ExtensionList::moveTo(int index, int button) {
-    if (m_records.empty()) {
-        return;
-    }
-    const int target = std::clamp(index, 0, static_cast<int>(m_records.size()) - 1);
+void ExtensionList::bringIntoSight(int index) {
     QScrollBar& bar = *verticalScrollBar();
-    const int top = target * m_rowHeight;
-    // The focus leaves its row first: the row may be used for another record.
-    m_current = target;
+    const int top = index * m_rowHeight;
     if (top < bar.value()) {
         bar.setValue(top);
     } else if (top + m_rowHeight > bar.value() + viewport()->height()) {
         bar.setValue(top + m_rowHeight - viewport()->height());
     }
-    setCurrent(target);
+}
+
+void ExtensionList::moveTo(int index, int button) {
+    if (m_records.empty()) {
+        return;
+    }
+    const int target = std::clamp(index, 0, static_cast<int>(m_records.size()) - 1);
+    bringIntoSight(target);
     if (ExtensionRow* const row = liveRow(target)) {
         row->focusButton(button);
     }
@@ -370,6 +363,10 @@ bool ExtensionList::eventFilter(QObject* object, QEvent* event) {
             }
             if (event->type() == QEvent::FocusIn) {
                 setCurrent(row->index());
+                const auto reason = static_cast<QFocusEvent*>(event)->reason();
+                if (reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason) {
+                    bringIntoSight(row->index());
+                }
                 return false;
             }
             return handleKey(*static_cast<QKeyEvent*>(event),
@@ -395,7 +392,7 @@ bool ExtensionList::viewportEvent(QEvent* event) {
 
 void ExtensionList::changeEvent(QEvent* event) {
     QAbstractScrollArea::changeEvent(event);
-    if (changesRoles(event->type()) || event->type() == QEvent::StyleChange) {
+    if (event->type() == QEvent::StyleChange) {
         measureRows();
         placeRows();
     }

@@ -44,6 +44,7 @@ private:
     void placeRows();
     void measureRows();
     void setCurrent(int index);
+    void bringIntoSight(int index);
     /// Scrolls there and moves the focus to that row's button, or the next one that is enabled.
     void moveTo(int index, int button);
     bool handleKey(const QKeyEvent& event, int button);

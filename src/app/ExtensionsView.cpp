@@ -33,7 +33,7 @@ QWidget* makeProgress() {
 ExtensionsView::ExtensionsView(const Services& services)
     : m_model(std::make_shared<ExtensionsViewModel>(services)),
       m_alert(*this, [this] { m_model->dismissError(); }),
-      m_undo(new QPushButton("&Undo last repair")), m_refresh(new QPushButton("&Refresh")),
+      m_undo(new ActionButton("&Undo last repair")), m_refresh(new ActionButton("&Refresh")),
       m_progress(makeProgress()),
       m_empty(new Label("No registered Quick Look preview extensions were found.", TextRole::body,
                         ColourRole::secondary)),

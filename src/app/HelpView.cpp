@@ -83,7 +83,7 @@ protected:
 
     void changeEvent(QEvent* event) override {
         QPushButton::changeEvent(event);
-        if (changesRoles(event->type())) {
+        if (event->type() == QEvent::StyleChange) {
             updateLook();
         }
     }

@@ -2,10 +2,13 @@
 
 #include "app/BuildConfig.h"
 #include "app/ContentView.h"
+#include "app/ExtensionsView.h"
+#include "app/RepairView.h"
 #include "app/Sheet.h"
 #include "app/Style.h"
 
 #include <QApplication>
+#include <QCloseEvent>
 #include <QEvent>
 #include <QKeySequence>
 #include <QLayout>
@@ -44,11 +47,21 @@ MainWindow::MainWindow(const Services& services, Commands commands)
 
 bool MainWindow::event(QEvent* event) {
     const bool isHandled = QMainWindow::event(event);
+    handOnRoleChange(*this, *event);
     if (event->type() == QEvent::LayoutRequest || event->type() == QEvent::Polish) {
         // With a large font, the buttons need more.
         setMinimumSize(layout()->totalMinimumSize().expandedTo(leastSize));
     }
     return isHandled;
+}
+
+void MainWindow::closeEvent(QCloseEvent* event) {
+    QMainWindow::closeEvent(event);
+    if (event->isAccepted()) {
+        // From now on, nobody sees what these would show.
+        m_content->repairView().model().detach();
+        m_content->extensionsView().model().detach();
+    }
 }
 
 void MainWindow::addMenus() {

@@ -43,7 +43,9 @@ Services makeServices(const std::shared_ptr<QtMainQueue>& mainQueue) {
         .applicator = RepairApplicator(),
         .defaults = std::make_shared<StandardUserDefaults>(),
         .copyText =
-            [](const std::string& text) { QApplication::clipboard()->setText(shown(text)); },
+            [](const std::string& text) {
+                QApplication::clipboard()->setText(QString::fromStdString(text));
+            },
         .openURL = workspace::openURL,
         .launchApplication = workspace::launchApplication,
         .tellWithoutWindow = {},

@@ -120,7 +120,7 @@ QWidget* RepairView::makeBar() {
     row->setContentsMargins(spacing::page, barPadding, spacing::page, barPadding);
     row->setSpacing(spacing::item);
     const auto addButton = [this, row](const QString& text, auto action) {
-        auto* const button = new QPushButton(text);
+        auto* const button = new ActionButton(text);
         connect(button, &QPushButton::clicked, this, action);
         row->addWidget(button);
         return button;

@@ -41,6 +41,7 @@ void Sheet::fit() {
 
 bool Sheet::event(QEvent* event) {
     const bool isHandled = QDialog::event(event);
+    handOnRoleChange(*this, *event);
     // Before it is shown and whenever something in it has changed.
     if (event->type() == QEvent::Show || event->type() == QEvent::LayoutRequest) {
         fit();
@@ -59,6 +60,7 @@ Alert::Alert(QWidget* window, const QString& title, const QString& message)
     auto* const heading = new TextBlock(TextRole::headline);
     heading->setHeightLimit(alertTitleLimit);
     heading->setText(title);
+    setAccessibleName(title);
     m_message->setHeightLimit(alertMessageLimit);
     column().addWidget(heading);
     column().addWidget(m_message);
@@ -72,7 +74,6 @@ Alert::Alert(QWidget* window, const QString& title, const QString& message)
 
 void Alert::setMessage(const QString& message) {
     m_message->setText(message);
-    setAccessibleName(windowTitle());
     setAccessibleDescription(message);
 }
 

@@ -14,6 +14,7 @@
 #include <QWidget>
 
 #include <algorithm>
+#include <ranges>
 
 namespace peekmend {
 
@@ -96,8 +97,8 @@ public:
 
     void paint(QPainter* painter, const QRect& rect, QIcon::Mode mode,
                QIcon::State /*state*/) override {
-        const auto group = mode == QIcon::Disabled ? QPalette::Disabled : QPalette::Active;
-        const QColor colour = QApplication::palette().color(group, QPalette::WindowText);
+        const QColor colour =
+            roleColour(mode == QIcon::Disabled ? ColourRole::secondary : ColourRole::primary);
         QByteArray drawing = m_source;
         drawing.replace("currentColor", colour.name().toLatin1());
         QSvgRenderer(drawing).render(painter, rect);
@@ -175,9 +176,17 @@ void applyRoles(QWidget& widget, TextRole text, ColourRole colour) {
     }
 }
 
-bool changesRoles(int eventType) {
-    return eventType == QEvent::ApplicationFontChange ||
-           eventType == QEvent::ApplicationPaletteChange;
+void handOnRoleChange(QWidget& window, const QEvent& event) {
+    if (event.type() != QEvent::ApplicationFontChange &&
+        event.type() != QEvent::ApplicationPaletteChange) {
+        return;
+    }
+    const auto children = window.findChildren<QWidget*>();
+    // What is inside changes before what measures it.
+    for (QWidget* const child : children | std::views::reverse) {
+        QEvent change(QEvent::StyleChange);
+        QApplication::sendEvent(child, &change);
+    }
 }
 
 QIcon symbol(const QString& name) {

@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <string_view>
 
+class QEvent;
 class QPainter;
 class QWidget;
 
@@ -52,12 +53,12 @@ inline constexpr int tight = 2;
 /// The colour of the sign that stands for the state.
 [[nodiscard]] ColourRole stateColour(QLRegistrationState state);
 
-/// Gives the widget's own text these roles. To be called again when the application's font or
-/// palette changes.
+/// Gives the widget's own text these roles. To be called again when the style changes.
 void applyRoles(QWidget& widget, TextRole text, ColourRole colour);
 
-/// Whether an event of this type asks for `applyRoles`.
-[[nodiscard]] bool changesRoles(int eventType);
+/// Tells all that is in the window, by a change of style, when the application's font or palette
+/// has changed: of that, the toolkit tells windows only.
+void handOnRoleChange(QWidget& window, const QEvent& event);
 
 /// One of our own symbols, by the name of its file, drawn in the colour of the text around it.
 [[nodiscard]] QIcon symbol(const QString& name);

@@ -38,6 +38,8 @@ UpdaterController::~UpdaterController() {
 
 void UpdaterController::checkForUpdates() {
     if (m_dialog) {
+        m_dialog->raise();
+        m_dialog->activateWindow();
         return;
     }
     if (m_feed.isEmpty()) {

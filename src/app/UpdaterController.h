@@ -26,7 +26,7 @@ public:
     ~UpdaterController() override;
 
     /// Starts a check at once. A second one while one is under way, or while its result is shown,
-    /// shows nothing more.
+    /// only brings its dialog to the front.
     void checkForUpdates();
 
     /// Ends a check that is under way and closes its dialog.

@@ -6,8 +6,10 @@
 #include <QProgressBar>
 #include <QScrollBar>
 #include <QStyle>
+#include <QTextCursor>
 #include <QTextDocument>
 #include <QToolTip>
+#include <QWheelEvent>
 
 #include <algorithm>
 #include <cmath>
@@ -28,7 +30,7 @@ void Label::setColourRole(ColourRole role) {
 
 void Label::changeEvent(QEvent* event) {
     QLabel::changeEvent(event);
-    if (changesRoles(event->type())) {
+    if (event->type() == QEvent::StyleChange) {
         applyRoles(*this, m_textRole, m_colourRole);
     }
 }
@@ -153,7 +155,7 @@ void TextBlock::updateScrollBar() {
 
 void TextBlock::changeEvent(QEvent* event) {
     QTextEdit::changeEvent(event);
-    if (changesRoles(event->type())) {
+    if (event->type() == QEvent::StyleChange) {
         applyRoles(*this, m_textRole, m_colourRole);
     }
     if (event->type() == QEvent::FontChange) {
@@ -181,6 +183,26 @@ void TextBlock::keyPressEvent(QKeyEvent* event) {
     QTextEdit::keyPressEvent(event);
 }
 
+void TextBlock::mousePressEvent(QMouseEvent* event) {
+    if (event->button() == Qt::LeftButton && event->modifiers() == Qt::NoModifier) {
+        // A press on selected text would drag it, in a loop of its own in which the dialog around
+        // the text may be closed and deleted.
+        QTextCursor cursor = textCursor();
+        cursor.clearSelection();
+        setTextCursor(cursor);
+    }
+    QTextEdit::mousePressEvent(event);
+}
+
+void TextBlock::wheelEvent(QWheelEvent* event) {
+    if (event->modifiers().testFlag(Qt::ControlModifier)) {
+        // It would zoom this one text.
+        event->ignore();
+    } else {
+        QTextEdit::wheelEvent(event);
+    }
+}
+
 void TextBlock::resizeEvent(QResizeEvent* event) {
     updateScrollBar();
     QTextEdit::resizeEvent(event);
@@ -191,6 +213,22 @@ void TextBlock::paintEvent(QPaintEvent* event) {
     if (hasFocus()) {
         QPainter painter(viewport());
         drawFocusFrame(painter, *viewport());
+    }
+}
+
+ActionButton::ActionButton(const QString& text) : QPushButton(text) {
+    setAutoDefault(false);
+}
+
+bool ActionButton::focusNextPrevChild(bool next) {
+    // Asked for by the toolkit when the button is being disabled.
+    return !isEnabled() || QPushButton::focusNextPrevChild(next);
+}
+
+void ActionButton::mouseMoveEvent(QMouseEvent* event) {
+    // A press that has been called off, or moved off the button, is not taken up again.
+    if (isDown()) {
+        QPushButton::mouseMoveEvent(event);
     }
 }
 

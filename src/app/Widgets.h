@@ -3,6 +3,7 @@
 #include "app/Style.h"
 
 #include <QLabel>
+#include <QPushButton>
 #include <QTextEdit>
 
 #include <map>
@@ -74,6 +75,8 @@ public:
 protected:
     void changeEvent(QEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
 
@@ -86,6 +89,20 @@ private:
     int m_heightLimit = QWIDGETSIZE_MAX;
     /// Of the whole text, by width. Layouts ask for a few widths again and again.
     mutable std::map<int, int> m_heights;
+};
+
+/// A button that keeps the focus while it is disabled, so that a key that is pressed once more does
+/// not press its neighbour, and that lets a press be called off.
+class ActionButton : public QPushButton {
+public:
+    explicit ActionButton(const QString& text);
+
+    /// The press under way, if any, will not become a click, whatever the mouse does.
+    void cancelPress() { setDown(false); }
+
+protected:
+    bool focusNextPrevChild(bool next) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
 };
 
 /// A line across the whole width.

@@ -375,6 +375,28 @@ TEST(Window, MovesThroughRowsOfOneIdentityWithTheKeyboard) {
     EXPECT_EQ(QApplication::clipboard()->text(), "unmarked\tb.b\t1.0\t\u2014");
 }
 
+TEST(Window, FollowsTheThemeWhileItIsOpen) {
+    Window view;
+    view.diagnose(reportOf({claimant("a.a")}));
+    const QPalette before = QApplication::palette();
+    QPalette dark = before;
+    for (const auto role : {QPalette::Window, QPalette::Base}) {
+        dark.setColor(role, Qt::black);
+    }
+    for (const auto role : {QPalette::WindowText, QPalette::Text}) {
+        dark.setColor(role, Qt::white);
+    }
+    QApplication::setPalette(dark);
+    QApplication::processEvents();
+    for (const QWidget* const child : view.window->findChildren<QWidget*>()) {
+        if (dynamic_cast<const Label*>(child) != nullptr ||
+            dynamic_cast<const TextBlock*>(child) != nullptr) {
+            EXPECT_GT(child->palette().color(QPalette::Text).lightness(), 127);
+        }
+    }
+    QApplication::setPalette(before);
+}
+
 TEST(Window, SaysItsStatesAndButtonsInWords) {
     Window view;
     view.diagnose(reportOf({claimant("a.a", enabled), claimant("b.b", ignored), claimant("c.c")}));
@@ -483,11 +505,24 @@ TEST(ExtensionsTab, NeverLeavesTheFocusOnAnotherRecord) {
     // A press that began on one record is no click on the one that a reload has put there.
     list.verticalScrollBar()->setValue(0);
     QPushButton& pressed = view.button("Use org.e1");
-    pressed.setDown(true);
+    const auto sendMouse = [&](QEvent::Type type, Qt::MouseButtons buttons) {
+        const QPointF place = pressed.rect().center();
+        QMouseEvent event(type, place, pressed.mapToGlobal(place), Qt::LeftButton, buttons,
+                          Qt::NoModifier);
+        QApplication::sendEvent(&pressed, &event);
+    };
+    const auto clickOver = [&](const std::function<void()>& meanwhile) {
+        sendMouse(QEvent::MouseButtonPress, Qt::LeftButton);
+        meanwhile();
+        sendMouse(QEvent::MouseMove, Qt::LeftButton);
+        sendMouse(QEvent::MouseButtonRelease, Qt::NoButton);
+        view.settle();
+        return view.commands;
+    };
     auto records = manyRecords(2000);
     records.erase(records.begin());
-    view.list(records);
-    EXPECT_FALSE(pressed.isDown());
+    EXPECT_EQ(clickOver([&] { view.list(records); }), Strings());
+    EXPECT_EQ(clickOver([] {}), Strings({"use org.e2", "restart"}));
 }
 
 TEST(ExtensionsTab, KeepsFocusAndPlaceOverAReload) {
@@ -502,7 +537,19 @@ TEST(ExtensionsTab, KeepsFocusAndPlaceOverAReload) {
     records.at(static_cast<std::size_t>(index)).state = enabled;
     view.list(records);
     EXPECT_EQ(list.verticalScrollBar()->value(), 1000);
+    // It keeps the focus, so that a second press of the key does nothing else.
+    EXPECT_EQ(QApplication::focusWidget()->accessibleName(), QString("Use org.e%1").arg(index));
+    sendKey(QApplication::focusWidget(), Qt::Key_Space);
+    sendKey(QApplication::focusWidget(), Qt::Key_Tab);
     EXPECT_EQ(QApplication::focusWidget()->accessibleName(), QString("Default org.e%1").arg(index));
+    view.button("Refresh").setFocus();
+    for (int presses = 0; presses < 2; ++presses) {
+        sendKey(QApplication::focusWidget(), Qt::Key_Space);
+        EXPECT_TRUE(view.button("Refresh").hasFocus() && !view.button("Refresh").isEnabled());
+    }
+    view.settle();
+    EXPECT_TRUE(view.button("Refresh").hasFocus() && view.button("Refresh").isEnabled());
+    EXPECT_TRUE(view.commands.empty());
 }
 
 TEST(Program, TellsOfARepairThatFailsAfterItsWindowIsGoneAndThenEnds) {
@@ -516,6 +563,8 @@ TEST(Program, TellsOfARepairThatFailsAfterItsWindowIsGoneAndThenEnds) {
     PeekmendApp program;
     QPointer<MainWindow> window = &program.openWindow();
     window->content().extensionsView().model().changeState({"a.a", unmarked, {}, {}}, "use");
+    program.services().copyText("a\u202Eb");
+    EXPECT_EQ(QApplication::clipboard()->text(), QString("a\u202Eb")) << "as it is";
     program.quit();
     ASSERT_TRUE(eventually([&] {
         QApplication::processEvents();
