@@ -3,6 +3,7 @@
 #include "platform/ProcessSetup.h"
 
 #include <QApplication>
+#include <QLoggingCategory>
 
 int main(int argc, char** argv) {
     peekmend::prepareProcess();
@@ -11,6 +12,9 @@ int main(int argc, char** argv) {
     QApplication::setApplicationDisplayName("Peekmend");
     QApplication::setApplicationVersion(peekmend::buildConfig::version);
     QApplication::setDesktopFileName("org.peekmend.Peekmend");
+    // Texts that can be selected are labels to a screen reader, and of a label the toolkit does not
+    // expect that its caret moves.
+    QLoggingCategory::setFilterRules("qt.accessibility.atspi.warning=false");
     peekmend::PeekmendApp peekmendApp;
     peekmendApp.openWindow();
     return QApplication::exec();
