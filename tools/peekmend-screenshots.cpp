@@ -10,16 +10,14 @@
 #include "platform/ProcessSetup.h"
 
 #include <QApplication>
-#include <QDeadlineTimer>
 #include <QDialog>
 #include <QDir>
 #include <QFile>
 #include <QPainter>
 #include <QPixmap>
 #include <QStyle>
-#include <QTimer>
+#include <QtCore/qtestsupport_core.h>
 
-#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -38,9 +36,7 @@ using namespace peekmend;
 using Done = std::expected<void, QString>;
 using enum QLRegistrationState;
 
-constexpr QSize defaultSize(760, 560);
-constexpr QSize leastSize(640, 520);
-constexpr std::chrono::seconds longestWait(30);
+constexpr int longestWait = 30'000;
 
 constexpr const char* file = "/home/ada/Documents/Meeting notes.md";
 constexpr const char* markdownID = "org.peekmend.MarkdownPreview";
@@ -173,7 +169,7 @@ std::vector<Scene> scenes() {
     };
     const auto undo = [](View view) { view.repairView().model().undoLastRepair(); };
     const auto ignore = [nova](View view) {
-        view.extensionsView().model().askToIgnore(nova.record);
+        view.extensionsView().model().elect(nova.record, "ignore");
     };
     constexpr Tab list = extensionsTab;
     return {
@@ -199,14 +195,8 @@ std::vector<Scene> scenes() {
 
 /// Runs the event loop until the condition holds, and then until all is laid out.
 Done waitUntil(const QString& what, const std::function<bool()>& condition) {
-    const QDeadlineTimer deadline(longestWait);
-    QTimer wakeUp;
-    wakeUp.start(longestWait);
-    while (!condition()) {
-        if (deadline.hasExpired()) {
-            return std::unexpected("Waited too long for " + what + ".");
-        }
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    if (!QTest::qWaitFor(condition, longestWait)) {
+        return std::unexpected("Waited too long for " + what + ".");
     }
     QCoreApplication::processEvents();
     return {};
@@ -241,14 +231,16 @@ Done save(const QPixmap& pixmap, const QString& path) {
     return {};
 }
 
-Done draw(const Scene& scene, QSize size, const QString& path) {
+Done draw(const Scene& scene, bool isLeast, const QString& path) {
     MainWindow window(cannedServices(scene, std::make_shared<QtMainQueue>()), {});
     ContentView& content = window.content();
     content.setCurrentIndex(scene.tab);
-    window.resize(size);
     window.show();
+    if (isLeast) {
+        window.resize(window.minimumSize());
+    }
     if (scene.report.fileURL) {
-        content.repairView().model().chooseFile(scene.report.fileURL);
+        content.repairView().model().chooseFile(*scene.report.fileURL);
     }
     const auto hasArrived = [&] {
         return scene.isBusy || (!content.repairView().model().state().isDiagnosing &&
@@ -279,7 +271,7 @@ QPalette darkPalette() {
     return palette;
 }
 
-Done drawAll(const QString& folder, QSize size) {
+Done drawAll(const QString& folder, bool isLeast) {
     if (!QDir().mkpath(folder)) {
         return std::unexpected("Couldn't create " + folder + ".");
     }
@@ -289,7 +281,7 @@ Done drawAll(const QString& folder, QSize size) {
         QApplication::setPalette(palette);
         for (const Scene& scene : scenes()) {
             const QString name = scene.name + "-" + appearance + ".png";
-            if (auto done = draw(scene, size, QDir(folder).filePath(name)); !done) {
+            if (auto done = draw(scene, isLeast, QDir(folder).filePath(name)); !done) {
                 return done;
             }
         }
@@ -346,7 +338,7 @@ int main(int argc, char** argv) {
         if (arguments.size() != 1 || arguments.front().startsWith('-')) {
             return usage();
         }
-        done = drawAll(arguments.front(), isLeast ? leastSize : defaultSize);
+        done = drawAll(arguments.front(), isLeast);
     }
     if (!done) {
         std::fputs(qUtf8Printable("peekmend-screenshots: " + done.error() + "\n"), stderr);

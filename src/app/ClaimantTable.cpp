@@ -3,7 +3,6 @@
 #include "app/Style.h"
 #include "app/model/Texts.h"
 
-#include <QAbstractTableModel>
 #include <QApplication>
 #include <QClipboard>
 #include <QHeaderView>
@@ -12,12 +11,13 @@
 #include <QStyledItemDelegate>
 
 #include <algorithm>
+#include <utility>
 
 namespace peekmend {
 
 namespace {
 
-enum Column : std::uint8_t { badgeColumn, extensionColumn, versionColumn, alsoColumn, columnCount };
+enum Column : std::uint8_t { badgeColumn, extensionColumn, versionColumn, alsoPreviewsColumn };
 
 constexpr int badgeWidth = 20;
 constexpr int versionWidth = 70;
@@ -25,146 +25,8 @@ constexpr int leastHeight = 140;
 constexpr int leastFlexibleWidth = 60;
 constexpr int cellPadding = 4;
 
-} // namespace
-
-/// The rows are those of the report, by position, as identifiers may occur more than once.
-class ClaimantTableModel : public QAbstractTableModel {
-public:
-    using QAbstractTableModel::QAbstractTableModel;
-
-    /// The warning in a cell's second line.
-    static constexpr int secondLineRole = Qt::UserRole;
-
-    void setReport(const std::shared_ptr<const QLDiagnosisReport>& report) {
-        const int before = rowCount({});
-        const int after = report ? static_cast<int>(report->claimants.size()) : 0;
-        // In place, so that what has the focus and how far the table is scrolled stay.
-        if (after < before) {
-            beginRemoveRows({}, after, before - 1);
-            m_report = report;
-            endRemoveRows();
-        } else if (after > before) {
-            beginInsertRows({}, before, after - 1);
-            m_report = report;
-            endInsertRows();
-        } else {
-            m_report = report;
-        }
-        if (const int kept = std::min(before, after); kept > 0) {
-            emit dataChanged(index(0, 0), index(kept - 1, columnCount({}) - 1));
-        }
-    }
-
-    [[nodiscard]] const QLClaimant& claimant(int row) const {
-        return m_report->claimants[static_cast<std::size_t>(row)];
-    }
-
-    [[nodiscard]] int rowCount(const QModelIndex& parent) const override {
-        return parent.isValid() || !m_report ? 0 : static_cast<int>(m_report->claimants.size());
-    }
-
-    [[nodiscard]] int columnCount(const QModelIndex& /*parent*/) const override {
-        return Column::columnCount;
-    }
-
-    [[nodiscard]] QVariant headerData(int section, Qt::Orientation orientation,
-                                      int role) const override {
-        if (orientation != Qt::Horizontal) {
-            return {};
-        }
-        if (role == Qt::DisplayRole) {
-            switch (static_cast<Column>(section)) {
-            case badgeColumn:
-                return QString();
-            case extensionColumn:
-                return "Extension";
-            case versionColumn:
-                return "Version";
-            case alsoColumn:
-                return "Also previews";
-            case Column::columnCount:
-                break;
-            }
-        }
-        if (role == Qt::AccessibleTextRole && section == badgeColumn) {
-            return "State";
-        }
-        if (role == Qt::TextAlignmentRole) {
-            return QVariant::fromValue(Qt::AlignLeading | Qt::AlignVCenter);
-        }
-        return {};
-    }
-
-    [[nodiscard]] QVariant data(const QModelIndex& index, int role) const override {
-        const QLClaimant& row = claimant(index.row());
-        const auto column = static_cast<Column>(index.column());
-        switch (role) {
-        case Qt::DisplayRole:
-            return singleLine(text(row, column));
-        case Qt::AccessibleTextRole:
-            return spokenText(row, column);
-        case Qt::ToolTipRole:
-            return plainToolTip(column == badgeColumn ? spokenText(row, column)
-                                                      : toolTip(row, column));
-        case Qt::ForegroundRole:
-            if (column == badgeColumn) {
-                return roleColour(stateColour(row.record.state));
-            }
-            return column == alsoColumn ? roleColour(ColourRole::secondary) : QVariant();
-        case Qt::FontRole:
-            return column == alsoColumn ? roleFont(TextRole::caption) : QVariant();
-        case Qt::TextAlignmentRole:
-            if (column == badgeColumn) {
-                return Qt::AlignCenter;
-            }
-            return QVariant::fromValue(Qt::AlignLeading | Qt::AlignVCenter);
-        case secondLineRole:
-            return column == extensionColumn ? secondLine(row) : QString();
-        default:
-            return {};
-        }
-    }
-
-private:
-    static QString text(const QLClaimant& row, Column column) {
-        switch (column) {
-        case badgeColumn:
-            return shown(stateBadge(row.record.state));
-        case extensionColumn:
-            return shown(row.record.bundleID);
-        case versionColumn:
-            return shown(versionText(row.record));
-        case alsoColumn:
-            return shown(alsoPreviewsText(row));
-        case Column::columnCount:
-            break;
-        }
-        return {};
-    }
-
-    static QString secondLine(const QLClaimant& row) {
-        return shown(staleText(row.record).value_or(std::string_view()));
-    }
-
-    static QString spokenText(const QLClaimant& row, Column column) {
-        if (column == badgeColumn) {
-            return shown(textValue(row.record.state));
-        }
-        const QString second = column == extensionColumn ? secondLine(row) : QString();
-        return second.isEmpty() ? text(row, column) : text(row, column) + ", " + second;
-    }
-
-    static QString toolTip(const QLClaimant& row, Column column) {
-        if (column == extensionColumn && row.record.path) {
-            return text(row, column) + '\n' + shown(*row.record.path);
-        }
-        return text(row, column);
-    }
-
-    std::shared_ptr<const QLDiagnosisReport> m_report;
-};
-
-namespace {
+/// The warning in a cell's second line.
+constexpr int secondLineRole = Qt::UserRole;
 
 /// Draws cells of one or two lines.
 class ClaimantDelegate : public QStyledItemDelegate {
@@ -174,7 +36,7 @@ public:
     [[nodiscard]] QSize sizeHint(const QStyleOptionViewItem& option,
                                  const QModelIndex& index) const override {
         int height = QFontMetrics(option.font).height() + (2 * cellPadding);
-        if (!index.data(ClaimantTableModel::secondLineRole).toString().isEmpty()) {
+        if (!index.data(secondLineRole).toString().isEmpty()) {
             height += spacing::tight + QFontMetrics(roleFont(TextRole::caption2)).height();
         }
         return {0, height};
@@ -182,7 +44,7 @@ public:
 
     void paint(QPainter* painter, const QStyleOptionViewItem& option,
                const QModelIndex& index) const override {
-        const QString second = index.data(ClaimantTableModel::secondLineRole).toString();
+        const QString second = index.data(secondLineRole).toString();
         QStyleOptionViewItem cell = option;
         // The focus is that of the row, whose frame the table draws.
         cell.state.setFlag(QStyle::State_HasFocus, false);
@@ -225,9 +87,11 @@ public:
 
 } // namespace
 
-ClaimantTable::ClaimantTable() : m_model(new ClaimantTableModel(this)) {
+ClaimantTable::ClaimantTable() : QTableWidget(0, 4) {
     setAccessibleName("Extensions that claim this file's type");
-    setModel(m_model);
+    setHorizontalHeaderLabels({"", "Extension", "Version", "Also previews"});
+    horizontalHeaderItem(badgeColumn)->setData(Qt::AccessibleTextRole, "State");
+    setEditTriggers(NoEditTriggers);
     setItemDelegate(new ClaimantDelegate(this));
     setSelectionBehavior(QAbstractItemView::SelectRows);
     setSelectionMode(QAbstractItemView::SingleSelection);
@@ -244,6 +108,7 @@ ClaimantTable::ClaimantTable() : m_model(new ClaimantTableModel(this)) {
     verticalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
 
     QHeaderView& header = *horizontalHeader();
+    header.setDefaultAlignment(Qt::AlignLeading | Qt::AlignVCenter);
     header.setHighlightSections(false);
     header.setMinimumSectionSize(badgeWidth);
     header.setSectionResizeMode(QHeaderView::Interactive);
@@ -254,7 +119,7 @@ ClaimantTable::ClaimantTable() : m_model(new ClaimantTableModel(this)) {
     connect(&header, &QHeaderView::sectionResized, this, [this](int section) {
         if (section == extensionColumn && !m_isRendering) {
             const double flexible =
-                columnWidth(extensionColumn) + std::max(columnWidth(alsoColumn), 1);
+                columnWidth(extensionColumn) + std::max(columnWidth(alsoPreviewsColumn), 1);
             m_extensionShare = columnWidth(extensionColumn) / flexible;
         }
     });
@@ -262,23 +127,64 @@ ClaimantTable::ClaimantTable() : m_model(new ClaimantTableModel(this)) {
             &ClaimantTable::selectionWasChanged);
 }
 
-void ClaimantTable::render(const std::shared_ptr<const QLDiagnosisReport>& report,
-                           const std::optional<std::string>& selectedClaimantID) {
-    const bool wasRendering = std::exchange(m_isRendering, true);
-    m_model->setReport(report);
-    int selectedRow = -1;
-    for (int row = 0; selectedRow < 0 && row < m_model->rowCount({}); ++row) {
-        if (m_model->claimant(row).record.bundleID == selectedClaimantID) {
-            selectedRow = row;
-        }
+void ClaimantTable::setCell(int row, int column, const QString& text, const QString& spoken,
+                            const QString& toolTip) {
+    if (item(row, column) == nullptr) {
+        setItem(row, column, new QTableWidgetItem);
     }
+    QTableWidgetItem& cell = *item(row, column);
+    cell.setText(singleLine(text));
+    cell.setData(Qt::AccessibleTextRole, spoken);
+    cell.setToolTip(plainToolTip(toolTip));
+}
+
+void ClaimantTable::fill() {
+    const bool wasRendering = std::exchange(m_isRendering, true);
+    // In place, so that what has the focus and how far the table is scrolled stay.
+    setRowCount(static_cast<int>(m_claimants.size()));
+    for (int row = 0; row < rowCount(); ++row) {
+        const QLClaimant& claimant = m_claimants[static_cast<std::size_t>(row)];
+        const QLExtensionRecord& record = claimant.record;
+        const QString state = displayText(textValue(record.state));
+        setCell(row, badgeColumn, displayText(stateBadge(record.state)), state, state);
+        item(row, badgeColumn)->setForeground(roleColour(stateColour(record.state)));
+        item(row, badgeColumn)->setTextAlignment(Qt::AlignCenter);
+
+        const QString identifier = displayText(record.bundleID);
+        const QString stale = displayText(staleText(record).value_or(std::string_view()));
+        setCell(row, extensionColumn, identifier,
+                stale.isEmpty() ? identifier : identifier + ", " + stale,
+                record.path ? identifier + '\n' + displayText(*record.path) : identifier);
+        item(row, extensionColumn)->setData(secondLineRole, stale);
+
+        const QString version = displayText(versionText(record));
+        setCell(row, versionColumn, version, version, version);
+        const QString others = displayText(alsoPreviewsText(claimant));
+        setCell(row, alsoPreviewsColumn, others, others, others);
+        item(row, alsoPreviewsColumn)->setForeground(roleColour(ColourRole::secondary));
+        item(row, alsoPreviewsColumn)->setFont(roleFont(TextRole::caption));
+    }
+    m_isRendering = wasRendering;
+}
+
+void ClaimantTable::setClaimants(const std::vector<QLClaimant>& claimants) {
+    m_claimants = claimants;
+    fill();
+}
+
+void ClaimantTable::select(const std::optional<std::string>& claimantID) {
+    const bool wasRendering = std::exchange(m_isRendering, true);
+    const auto found = std::ranges::find_if(m_claimants, [&](const QLClaimant& claimant) {
+        return claimant.record.bundleID == claimantID;
+    });
+    const auto row = static_cast<int>(found - m_claimants.begin());
     // The current cell stays where the keyboard put it, which may be a second row of the same
     // identity.
     QItemSelectionModel& selection = *selectionModel();
-    if (selectedRow < 0) {
+    if (found == m_claimants.end()) {
         selection.clearSelection();
-    } else if (!selection.isRowSelected(selectedRow)) {
-        selection.select(m_model->index(selectedRow, 0),
+    } else if (!selection.isRowSelected(row)) {
+        selection.select(model()->index(row, 0),
                          QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
     }
     m_isRendering = wasRendering;
@@ -289,8 +195,10 @@ void ClaimantTable::selectionWasChanged() {
         return;
     }
     const QModelIndexList rows = selectionModel()->selectedRows();
-    onSelect(rows.isEmpty() ? std::nullopt
-                            : std::optional(m_model->claimant(rows.front().row()).record.bundleID));
+    onSelect(rows.isEmpty()
+                 ? std::nullopt
+                 : std::optional(
+                       m_claimants[static_cast<std::size_t>(rows.front().row())].record.bundleID));
 }
 
 void ClaimantTable::copy() {
@@ -299,25 +207,28 @@ void ClaimantTable::copy() {
         return;
     }
     QStringList texts;
-    for (int column = 0; column < columnCount; ++column) {
+    for (int column = 0; column < columnCount(); ++column) {
         texts += rows.front().siblingAtColumn(column).data(Qt::AccessibleTextRole).toString();
     }
     QApplication::clipboard()->setText(texts.join('\t'));
 }
 
 QSize ClaimantTable::sizeHint() const {
-    return {QTableView::sizeHint().width(), minimumHeight()};
+    return {QTableWidget::sizeHint().width(), minimumHeight()};
 }
 
 void ClaimantTable::resizeEvent(QResizeEvent* event) {
-    QTableView::resizeEvent(event);
+    QTableWidget::resizeEvent(event);
     shareWidth();
 }
 
 void ClaimantTable::changeEvent(QEvent* event) {
-    QTableView::changeEvent(event);
+    QTableWidget::changeEvent(event);
     if (event->type() == QEvent::FontChange) {
         fitToFont();
+    }
+    if (event->type() == QEvent::StyleChange) {
+        fill();
     }
 }
 
@@ -328,11 +239,11 @@ void ClaimantTable::keyPressEvent(QKeyEvent* event) {
         selectRow(currentIndex().row());
         return;
     }
-    QTableView::keyPressEvent(event);
+    QTableWidget::keyPressEvent(event);
 }
 
 void ClaimantTable::paintEvent(QPaintEvent* event) {
-    QTableView::paintEvent(event);
+    QTableWidget::paintEvent(event);
     if (!hasFocus() || !currentIndex().isValid()) {
         return;
     }
@@ -347,7 +258,7 @@ void ClaimantTable::paintEvent(QPaintEvent* event) {
 }
 
 void ClaimantTable::currentChanged(const QModelIndex& current, const QModelIndex& previous) {
-    QTableView::currentChanged(current, previous);
+    QTableWidget::currentChanged(current, previous);
     // The frame spans the row.
     viewport()->update();
 }

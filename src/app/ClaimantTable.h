@@ -2,28 +2,27 @@
 
 #include "diagnosis/DiagnosisEngine.h"
 
-#include <QTableView>
+#include <QTableWidget>
 
 #include <functional>
-#include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace peekmend {
 
-class ClaimantTableModel;
-
 /// The extensions that claim the file, one in a row.
-class ClaimantTable : public QTableView {
+class ClaimantTable : public QTableWidget {
     Q_OBJECT
 
 public:
     ClaimantTable();
 
-    /// Shows the report's claimants, and selects the first of them with this identity. Does not
-    /// call `onSelect`.
-    void render(const std::shared_ptr<const QLDiagnosisReport>& report,
-                const std::optional<std::string>& selectedClaimantID);
+    /// Shows these, one in a row, by position, as identifiers may occur more than once.
+    void setClaimants(const std::vector<QLClaimant>& claimants);
+
+    /// Selects the first row of this identity, or none. Does not call `onSelect`.
+    void select(const std::optional<std::string>& claimantID);
 
     /// The user selected the row of this identity, or none.
     std::function<void(std::optional<std::string> claimantID)> onSelect;
@@ -43,10 +42,13 @@ protected:
 
 private:
     void fitToFont();
+    void setCell(int row, int column, const QString& text, const QString& spoken,
+                 const QString& toolTip);
+    void fill();
     void shareWidth();
     void selectionWasChanged();
 
-    ClaimantTableModel* m_model;
+    std::vector<QLClaimant> m_claimants;
     bool m_isRendering = false;
     /// How the flexible columns share their width.
     double m_extensionShare = 0.5;

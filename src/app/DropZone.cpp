@@ -22,8 +22,7 @@ constexpr float borderOpacity = 0.3F;
 
 std::vector<std::optional<FileURL>> filesIn(const QMimeData& data) {
     // The bytes as they were sent: an address object would change names that are not UTF-8.
-    const QByteArray list = data.data("text/uri-list");
-    return droppedFiles({list.constData(), static_cast<std::size_t>(list.size())});
+    return droppedFiles(data.data("text/uri-list").toStdString());
 }
 
 /// The picture of what is to be dropped here.
@@ -63,9 +62,7 @@ DropZone::DropZone()
     choose->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     connect(choose, &QPushButton::clicked, this, [this] { onChoose(); });
 
-    auto* const column = new QVBoxLayout(this);
-    column->setContentsMargins(spacing::page, spacing::page, spacing::page, spacing::page);
-    column->setSpacing(spacing::item);
+    auto* const column = makeLayout<QVBoxLayout>(this, spacing::page, spacing::item);
     column->addWidget(new Symbol, 0, Qt::AlignHCenter);
     column->addWidget(m_title);
     column->addWidget(m_path);
@@ -76,8 +73,8 @@ void DropZone::render(const std::optional<FileURL>& fileURL, bool isDropTargeted
     if (fileURL) {
         const std::string& path = fileURL->path();
         const std::string name = path.substr(path.rfind('/') + 1);
-        m_title->setWholeText(shown(name.empty() ? path : name));
-        m_path->setWholeText(shown(path));
+        m_title->setWholeText(displayText(name.empty() ? path : name));
+        m_path->setWholeText(displayText(path));
     } else {
         m_title->setWholeText("Drop a file here");
     }

@@ -14,9 +14,9 @@ ErrorAlert::ErrorAlert(QWidget& view, std::function<void()> onDismiss)
 
 void ErrorAlert::render(const std::optional<std::string>& message) {
     if (message && m_alert) {
-        m_alert->setMessage(shown(*message));
+        m_alert->setMessage(displayText(*message));
     } else if (message) {
-        m_alert = new Alert(m_view->window(), "Peekmend", shown(*message));
+        m_alert = new Alert(m_view->window(), "Peekmend", displayText(*message));
         m_alert->addRejectButton("OK");
         QObject::connect(m_alert, &QDialog::finished, m_alert, [this] {
             // Forgotten first, so that a message that comes while this one goes gets an alert of
@@ -25,10 +25,8 @@ void ErrorAlert::render(const std::optional<std::string>& message) {
             m_onDismiss();
         });
         m_alert->open();
-    } else if (Alert* const alert = std::exchange(m_alert, nullptr)) {
-        alert->disconnect();
-        alert->close();
-        alert->deleteLater();
+    } else {
+        dismiss(m_alert);
     }
 }
 

@@ -10,7 +10,6 @@
 #include <QPainter>
 #include <QPushButton>
 #include <QScrollBar>
-#include <QStyle>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -34,8 +33,6 @@ constexpr std::array<ElectionButton, 3> electionButtons = {{
     {"Default", "default"},
     {"Ignore", "ignore"},
 }};
-
-constexpr int lastButton = static_cast<int>(electionButtons.size()) - 1;
 
 } // namespace
 
@@ -115,24 +112,23 @@ public:
                record.path == m_record.path;
     }
 
-    void show(int index, std::size_t count, const QLExtensionRecord& record) {
+    void setRecord(int index, std::size_t count, const QLExtensionRecord& record) {
         const bool isOther = !isFor(index, record);
         m_index = index;
         setAccessibleDescription(QString("%1 of %2").arg(index + 1).arg(count));
-        if (!isOther && record == m_record && m_isFilled) {
+        if (!isOther && record == m_record) {
             return;
         }
-        m_isFilled = true;
         m_record = record;
-        const QString identifier = shown(record.bundleID);
-        setAccessibleName(identifier + ", " + shown(textValue(record.state)));
-        m_glyph->setText(shown(stateBadge(record.state)));
-        m_glyph->setAccessibleName(shown(textValue(record.state)));
-        m_glyph->setColourRole(stateColour(record.state));
+        const QString identifier = displayText(record.bundleID);
+        setAccessibleName(identifier + ", " + displayText(textValue(record.state)));
+        m_glyph->setText(displayText(stateBadge(record.state)));
+        m_glyph->setAccessibleName(displayText(textValue(record.state)));
+        m_glyph->setRoles(TextRole::body, stateColour(record.state));
         m_identifier->setWholeText(identifier);
-        m_version->setWholeText(shown(record.version.value_or(std::string())));
+        m_version->setWholeText(displayText(record.version.value_or(std::string())));
         m_version->setVisible(record.version.has_value());
-        m_path->setWholeText(shown(record.path.value_or(std::string())));
+        m_path->setWholeText(displayText(record.path.value_or(std::string())));
         for (std::size_t i = 0; i < m_buttons.size(); ++i) {
             ActionButton& button = *m_buttons.at(i);
             if (isOther) {
@@ -165,7 +161,6 @@ protected:
 private:
     QLExtensionRecord m_record;
     int m_index = -1;
-    bool m_isFilled = false;
     Label* m_glyph;
     ElidedLabel* m_identifier;
     ElidedLabel* m_version;
@@ -220,7 +215,7 @@ int ExtensionList::rowAt(int y) const {
     return (verticalScrollBar()->value() + y) / m_rowHeight;
 }
 
-ExtensionRow* ExtensionList::liveRow(int index) const {
+ExtensionRow* ExtensionList::rowShowing(int index) const {
     if (index < 0) {
         return nullptr;
     }
@@ -237,11 +232,6 @@ void ExtensionList::placeRows() {
 
     const auto needed = static_cast<std::size_t>(height / m_rowHeight) + 2;
     if (m_rows.size() < needed) {
-        // All rows get other records now, so none may keep the focus.
-        const bool hadFocus = viewport()->isAncestorOf(focusWidget()) && focusWidget()->hasFocus();
-        if (hadFocus) {
-            setFocus();
-        }
         while (m_rows.size() < needed) {
             addRow();
         }
@@ -260,7 +250,7 @@ void ExtensionList::placeRows() {
             // Pressing a key must not act on a record that has just come under the focus.
             setFocus();
         }
-        row.show(index, m_records.size(), record);
+        row.setRecord(index, m_records.size(), record);
         row.setGeometry(0, (index * m_rowHeight) - bar.value(), viewport()->width(), m_rowHeight);
         row.setVisible(true);
         // The order of the widgets is the one in which they are read.
@@ -302,7 +292,7 @@ void ExtensionList::moveTo(int index, int button) {
     }
     const int target = std::clamp(index, 0, static_cast<int>(m_records.size()) - 1);
     bringIntoSight(target);
-    if (ExtensionRow* const row = liveRow(target)) {
+    if (ExtensionRow* const row = rowShowing(target)) {
         row->focusButton(button);
     }
 }
@@ -312,82 +302,46 @@ bool ExtensionList::handleKey(const QKeyEvent& event, int button) {
         return false;
     }
     const int page = std::max((viewport()->height() / m_rowHeight) - 1, 1);
-    const int forward = isRightToLeft() ? -1 : 1;
-    const auto moveSideways = [&](int step) {
-        if (const ExtensionRow* const row = liveRow(m_current)) {
-            for (int next = button + step; next >= 0 && next <= lastButton; next += step) {
-                if (row->buttons().at(static_cast<std::size_t>(next))->isEnabled()) {
-                    row->buttons().at(static_cast<std::size_t>(next))->setFocus(Qt::TabFocusReason);
-                    return;
-                }
-            }
-        }
+    const std::pair<int, int> targets[] = {
+        {Qt::Key_Up, m_current - 1},
+        {Qt::Key_Down, m_current + 1},
+        {Qt::Key_PageUp, m_current - page},
+        {Qt::Key_PageDown, m_current + page},
+        {Qt::Key_Home, 0},
+        {Qt::Key_End, static_cast<int>(m_records.size()) - 1},
     };
-    switch (event.key()) {
-    case Qt::Key_Up:
-        moveTo(m_current - 1, button);
-        return true;
-    case Qt::Key_Down:
-        moveTo(m_current + 1, button);
-        return true;
-    case Qt::Key_PageUp:
-        moveTo(m_current - page, button);
-        return true;
-    case Qt::Key_PageDown:
-        moveTo(m_current + page, button);
-        return true;
-    case Qt::Key_Home:
-        moveTo(0, button);
-        return true;
-    case Qt::Key_End:
-        moveTo(static_cast<int>(m_records.size()) - 1, button);
-        return true;
-    case Qt::Key_Left:
-        moveSideways(-forward);
-        return true;
-    case Qt::Key_Right:
-        moveSideways(forward);
-        return true;
-    default:
-        return false;
+    for (const auto& [key, target] : targets) {
+        if (event.key() == key) {
+            moveTo(target, button);
+            return true;
+        }
     }
+    const bool isRight = event.key() == Qt::Key_Right;
+    return (isRight || event.key() == Qt::Key_Left) &&
+           focusNextPrevChild(isRight != isRightToLeft());
 }
 
-bool ExtensionList::eventFilter(QObject* object, QEvent* event) {
-    if (event->type() == QEvent::KeyPress || event->type() == QEvent::FocusIn) {
-        for (const ExtensionRow* const row : m_rows) {
-            const auto& buttons = row->buttons();
-            const auto* const found = std::ranges::find(buttons, object);
-            if (found == buttons.end()) {
-                continue;
-            }
-            if (event->type() == QEvent::FocusIn) {
-                setCurrent(row->index());
-                const auto reason = static_cast<QFocusEvent*>(event)->reason();
-                if (reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason) {
-                    bringIntoSight(row->index());
-                }
-                return false;
-            }
-            return handleKey(*static_cast<QKeyEvent*>(event),
-                             static_cast<int>(found - buttons.begin()));
+// Only the buttons of rows are filtered.
+bool ExtensionList::eventFilter(QObject* button, QEvent* event) {
+    const auto& row = static_cast<const ExtensionRow&>(*button->parent());
+    if (event->type() == QEvent::KeyPress) {
+        const auto& buttons = row.buttons();
+        return handleKey(*static_cast<QKeyEvent*>(event),
+                         static_cast<int>(std::ranges::find(buttons, button) - buttons.begin()));
+    }
+    if (event->type() == QEvent::FocusIn) {
+        setCurrent(row.index());
+        const auto reason = static_cast<QFocusEvent*>(event)->reason();
+        if (reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason) {
+            bringIntoSight(row.index());
         }
     }
-    return QAbstractScrollArea::eventFilter(object, event);
+    return false;
 }
 
 void ExtensionList::keyPressEvent(QKeyEvent* event) {
     // The focus is here when the row that had it has been scrolled out of sight.
-    if (event->key() == Qt::Key_Space || event->key() == Qt::Key_Return || !handleKey(*event, 0)) {
-        event->ignore();
-    }
-}
-
-bool ExtensionList::viewportEvent(QEvent* event) {
-    if (event->type() == QEvent::LayoutDirectionChange) {
-        placeRows();
-    }
-    return QAbstractScrollArea::viewportEvent(event);
+    event->setAccepted(handleKey(*event, 0));
 }
 
 void ExtensionList::changeEvent(QEvent* event) {
@@ -401,8 +355,7 @@ void ExtensionList::changeEvent(QEvent* event) {
 void ExtensionList::paintEvent(QPaintEvent* event) {
     QAbstractScrollArea::paintEvent(event);
     if (hasFocus()) {
-        QPainter painter(viewport());
-        drawFocusFrame(painter, *viewport());
+        drawFocusFrame(*viewport());
     }
 }
 

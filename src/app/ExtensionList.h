@@ -29,8 +29,7 @@ public:
     std::function<void(const QLExtensionRecord& record, std::string_view election)> onElect;
 
 protected:
-    bool eventFilter(QObject* object, QEvent* event) override;
-    bool viewportEvent(QEvent* event) override;
+    bool eventFilter(QObject* button, QEvent* event) override;
     void changeEvent(QEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
@@ -39,7 +38,7 @@ protected:
 
 private:
     [[nodiscard]] int rowAt(int y) const;
-    [[nodiscard]] ExtensionRow* liveRow(int index) const;
+    [[nodiscard]] ExtensionRow* rowShowing(int index) const;
     void addRow();
     void placeRows();
     void measureRows();

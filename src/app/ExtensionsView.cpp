@@ -6,7 +6,6 @@
 #include "app/Widgets.h"
 
 #include <QHBoxLayout>
-#include <QProgressBar>
 #include <QPushButton>
 #include <QShortcut>
 #include <QShowEvent>
@@ -16,25 +15,11 @@
 
 namespace peekmend {
 
-namespace {
-
-QWidget* makeProgress() {
-    auto* const progress = new QWidget;
-    auto* const column = new QVBoxLayout(progress);
-    column->setContentsMargins(0, 0, 0, 0);
-    column->setSpacing(spacing::item);
-    column->addWidget(new Label("Loading\u2026", TextRole::body));
-    column->addWidget(makeProgressBar("Loading\u2026"));
-    return progress;
-}
-
-} // namespace
-
 ExtensionsView::ExtensionsView(const Services& services)
     : m_model(std::make_shared<ExtensionsViewModel>(services)),
       m_alert(*this, [this] { m_model->dismissError(); }),
       m_undo(new ActionButton("&Undo last repair")), m_refresh(new ActionButton("&Refresh")),
-      m_progress(makeProgress()),
+      m_progress(makeProgress("Loading\u2026")),
       m_empty(new Label("No registered Quick Look preview extensions were found.", TextRole::body,
                         ColourRole::secondary)),
       m_list(new ExtensionList) {
@@ -43,11 +28,7 @@ ExtensionsView::ExtensionsView(const Services& services)
     connect(new QShortcut(QKeySequence::Refresh, this), &QShortcut::activated, m_refresh,
             &QPushButton::click);
     m_list->onElect = [this](const QLExtensionRecord& record, std::string_view election) {
-        if (election == "ignore") {
-            m_model->askToIgnore(record);
-        } else {
-            m_model->changeState(record, election);
-        }
+        m_model->elect(record, election);
     };
 
     auto* const header = new QHBoxLayout;
@@ -56,9 +37,7 @@ ExtensionsView::ExtensionsView(const Services& services)
     header->addStretch(1);
     header->addWidget(m_undo);
     header->addWidget(m_refresh);
-    auto* const column = new QVBoxLayout(this);
-    column->setContentsMargins(spacing::page, spacing::page, spacing::page, spacing::page);
-    column->setSpacing(spacing::group);
+    auto* const column = makeLayout<QVBoxLayout>(this, spacing::page, spacing::group);
     column->addLayout(header);
     column->addWidget(m_progress);
     column->addWidget(m_empty);
@@ -95,18 +74,15 @@ void ExtensionsView::render() {
 }
 
 void ExtensionsView::renderConfirmation(const ExtensionsViewState& state) {
-    if (std::exchange(m_confirmedRecord, state.pendingIgnore) == state.pendingIgnore) {
+    if (std::exchange(m_shownPendingIgnore, state.pendingIgnore) == state.pendingIgnore) {
         return;
     }
-    if (Alert* const earlier = std::exchange(m_confirmation, nullptr)) {
-        earlier->disconnect();
-        earlier->close();
-        earlier->deleteLater();
-    }
+    dismiss(m_confirmation);
     if (!state.pendingIgnore) {
         return;
     }
-    m_confirmation = new Alert(window(), shown(ignoreTitle(state)), shown(ignoreMessage(state)));
+    m_confirmation =
+        new Alert(window(), displayText(ignoreTitle(state)), displayText(ignoreMessage(state)));
     m_confirmation->addAcceptButton("Ignore");
     m_confirmation->addRejectButton("Cancel");
     connect(m_confirmation, &QDialog::accepted, this, [this] { m_model->confirmIgnore(); });

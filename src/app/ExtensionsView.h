@@ -42,7 +42,7 @@ private:
     ExtensionList* m_list;
 
     QPointer<Alert> m_confirmation;
-    std::optional<QLExtensionRecord> m_confirmedRecord;
+    std::optional<QLExtensionRecord> m_shownPendingIgnore;
 };
 
 } // namespace peekmend

@@ -43,17 +43,6 @@ std::string pageAddress(const char* webAddress, const QString& installedPage) {
     return QUrl::fromLocalFile(pages + installedPage).toString(QUrl::FullyEncoded).toStdString();
 }
 
-const std::string& productPageAddress() {
-    static const std::string address = pageAddress(buildConfig::productPage, "peekmend.html");
-    return address;
-}
-
-const std::string& troubleshootingPageAddress() {
-    static const std::string address =
-        pageAddress(buildConfig::troubleshootingPage, "troubleshooting.html");
-    return address;
-}
-
 /// Text that is pressed like a button, so that it can be reached by all means.
 class Link : public QPushButton {
 public:
@@ -77,7 +66,7 @@ protected:
         painter.setPen(palette().color(QPalette::ButtonText));
         painter.drawText(rect(), Qt::AlignCenter, text());
         if (hasFocus()) {
-            drawFocusFrame(painter, *this);
+            drawFocusFrame(*this);
         }
     }
 
@@ -105,9 +94,7 @@ QWidget* makePoint(const char* text) {
     auto* const block = new TextBlock(TextRole::body);
     block->setText(text);
     auto* const point = new QWidget;
-    auto* const row = new QHBoxLayout(point);
-    row->setContentsMargins(0, 0, 0, 0);
-    row->setSpacing(spacing::item);
+    auto* const row = makeLayout<QHBoxLayout>(point, 0, spacing::item);
     row->addWidget(new Label("\u2022", TextRole::body), 0, Qt::AlignTop);
     row->addWidget(block, 1);
     return point;
@@ -144,22 +131,21 @@ QWidget* HelpView::makePage() {
     }
 
     auto* const page = new QWidget;
-    auto* const column = new QVBoxLayout(page);
-    column->setContentsMargins(spacing::page, spacing::page, spacing::page, spacing::page);
-    column->setSpacing(spacing::section);
+    auto* const column = makeLayout<QVBoxLayout>(page, spacing::page, spacing::section);
     column->addWidget(new Label("About Peekmend", TextRole::title2));
     column->addWidget(introduction);
     column->addLayout(pointColumn);
     column->addWidget(makeDivider());
     column->addWidget(new Label("Links", TextRole::headline));
-    const auto addLink = [&](const QString& text, const std::string& (*address)()) {
+    const auto addLink = [&](const QString& text, const std::string& address) {
         auto* const link = new Link(text);
         connect(link, &QPushButton::clicked, this,
-                [this, address] { static_cast<void>(m_openURL(address())); });
+                [this, address] { static_cast<void>(m_openURL(address)); });
         column->addWidget(link);
     };
-    addLink("Peekmend web page", productPageAddress);
-    addLink("Troubleshooting Quick Look previews", troubleshootingPageAddress);
+    addLink("Peekmend web page", pageAddress(buildConfig::productPage, "peekmend.html"));
+    addLink("Troubleshooting Quick Look previews",
+            pageAddress(buildConfig::troubleshootingPage, "troubleshooting.html"));
     column->addStretch();
 
     return page;

@@ -12,7 +12,6 @@
 #include <QPushButton>
 #include <QTimer>
 
-#include <algorithm>
 #include <utility>
 
 namespace peekmend {
@@ -55,7 +54,8 @@ Services makeServices(const std::shared_ptr<QtMainQueue>& mainQueue) {
 } // namespace
 
 PeekmendApp::PeekmendApp()
-    : m_mainQueue(std::make_shared<QtMainQueue>()), m_services(makeServices(m_mainQueue)) {
+    : m_mainQueue(std::make_shared<QtMainQueue>()), m_services(makeServices(m_mainQueue)),
+      m_updater(QUrl(displayText(buildConfig::updateFeed)), m_services.openURL) {
     // The end is not that of the last window: a repair may be under way.
     QApplication::setQuitOnLastWindowClosed(false);
     m_services.tellWithoutWindow = [this](const std::string& message) { tell(message); };
@@ -71,9 +71,8 @@ PeekmendApp::~PeekmendApp() {
 }
 
 MainWindow& PeekmendApp::openWindow() {
-    static_cast<void>(updater());
     auto* const window = new MainWindow(
-        m_services, {.checkForUpdates = [this] { updater().controller().checkForUpdates(); },
+        m_services, {.checkForUpdates = [this] { m_updater.controller().checkForUpdates(); },
                      .openWindow = [this] { openWindow(); },
                      .quit = [this] { quit(); }});
     connect(window, &QObject::destroyed, this, [this] { endWhenDone(); }, Qt::QueuedConnection);
@@ -92,15 +91,8 @@ void PeekmendApp::quit() {
     endWhenDone();
 }
 
-UpdaterBridge& PeekmendApp::updater() {
-    if (!m_updater) {
-        m_updater.emplace(QUrl(shown(buildConfig::updateFeed)), m_services.openURL);
-    }
-    return *m_updater;
-}
-
 void PeekmendApp::tell(const std::string& message) {
-    auto* const notice = new Alert(nullptr, "Peekmend", shown(message));
+    auto* const notice = new Alert(nullptr, "Peekmend", displayText(message));
     notice->setAttribute(Qt::WA_DeleteOnClose);
     notice->addRejectButton("OK");
     connect(notice, &QObject::destroyed, this, [this] { endWhenDone(); }, Qt::QueuedConnection);
@@ -117,7 +109,7 @@ void PeekmendApp::endWhenDone() {
     if (!m_windows.empty()) {
         return;
     }
-    m_updater->controller().stop();
+    m_updater.controller().stop();
     if (!m_services.repairs->isIdle()) {
         QTimer::singleShot(quietWait, this, [this] { showRepairUnderWay(); });
         return;

@@ -9,7 +9,6 @@
 
 #include <chrono>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -33,9 +32,6 @@ public:
 
     [[nodiscard]] const Services& services() const { return m_services; }
 
-    /// The updater of the whole run, which starts when it is first asked for.
-    [[nodiscard]] UpdaterBridge& updater();
-
 private:
     void tell(const std::string& message);
     void endWhenDone();
@@ -43,7 +39,7 @@ private:
 
     std::shared_ptr<QtMainQueue> m_mainQueue;
     Services m_services;
-    std::optional<UpdaterBridge> m_updater;
+    UpdaterBridge m_updater;
     std::vector<QPointer<MainWindow>> m_windows;
     std::vector<QPointer<Alert>> m_notices;
     /// Says that a repair is waited for.

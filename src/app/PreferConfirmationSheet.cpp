@@ -40,12 +40,12 @@ void writePeers(QTextDocument& document, const std::vector<QLExtensionRecord>& p
         } else {
             cursor.insertBlock(entry);
         }
-        cursor.insertText(singleLine(shown(peer.bundleID)), identifierFormat);
+        cursor.insertText(singleLine(displayText(peer.bundleID)), identifierFormat);
         if (const auto note = extensionNote(peer.bundleID)) {
             QTextBlockFormat below;
             below.setTopMargin(spacing::tight);
             cursor.insertBlock(below);
-            cursor.insertText(shown(*note), noteFormat);
+            cursor.insertText(displayText(*note), noteFormat);
         }
     }
 }
@@ -57,7 +57,7 @@ PreferConfirmationSheet::PreferConfirmationSheet(
     const std::vector<QLExtensionRecord>& peersToIgnore, std::function<void()> onConfirm,
     std::function<void()> onCancel)
     : Sheet(window), m_onCancel(std::move(onCancel)) {
-    const QString chosenID = shown(chosen.bundleID);
+    const QString chosenID = displayText(chosen.bundleID);
     const auto addText = [this](TextRole role, ColourRole colour, int limit, const QString& text) {
         auto* const block = new TextBlock(role, colour);
         block->setHeightLimit(limit);

@@ -10,40 +10,19 @@
 #include <QFile>
 #include <QFileDialog>
 #include <QHBoxLayout>
-#include <QProgressBar>
 #include <QPushButton>
 #include <QScrollArea>
 #include <QShortcut>
 #include <QVBoxLayout>
 
-#include <algorithm>
 #include <utility>
 
 namespace peekmend {
 
-namespace {
-
-constexpr int progressWidth = 160;
-
-QWidget* makeProgress() {
-    auto* const bar = makeProgressBar("Diagnosing\u2026");
-    bar->setFixedWidth(progressWidth);
-    auto* const progress = new QWidget;
-    auto* const column = new QVBoxLayout(progress);
-    column->setSpacing(spacing::item);
-    column->addStretch();
-    column->addWidget(bar, 0, Qt::AlignHCenter);
-    column->addWidget(new Label("Diagnosing\u2026", TextRole::body), 0, Qt::AlignHCenter);
-    column->addStretch();
-    return progress;
-}
-
-} // namespace
-
 RepairView::RepairView(const Services& services)
     : m_model(std::make_shared<RepairViewModel>(services)),
       m_alert(*this, [this] { m_model->dismissError(); }), m_dropZone(new DropZone),
-      m_progress(makeProgress()) {
+      m_progress(makeProgress("Diagnosing\u2026")), m_report(makeReport()) {
     m_dropZone->onChoose = [this] { openFilePanel(); };
     m_dropZone->onTargeted = [this](bool isTargeted) { m_model->setDropTargeted(isTargeted); };
     m_dropZone->onDrop = [this](const auto& items) { return m_model->handleDrop(items); };
@@ -54,13 +33,12 @@ RepairView::RepairView(const Services& services)
     placeholder->setWordWrap(true);
     m_placeholder = placeholder;
     auto* const page = new QWidget;
-    m_column = new QVBoxLayout(page);
-    m_column->setContentsMargins(spacing::page, spacing::page, spacing::page, spacing::page);
-    m_column->setSpacing(spacing::section);
-    m_column->addWidget(m_dropZone);
-    m_column->addWidget(m_placeholder, 0, Qt::AlignTop);
-    m_column->addWidget(m_progress, 1);
-    m_column->addStretch();
+    auto* const column = makeLayout<QVBoxLayout>(page, spacing::page, spacing::section);
+    column->addWidget(m_dropZone);
+    column->addWidget(m_placeholder, 0, Qt::AlignTop);
+    column->addWidget(m_report, 1);
+    column->addWidget(m_progress, 1, Qt::AlignCenter);
+    column->addStretch();
 
     auto* const scroll = new QScrollArea;
     scroll->setWidget(page);
@@ -69,9 +47,7 @@ RepairView::RepairView(const Services& services)
     scroll->setFocusPolicy(Qt::NoFocus);
     scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
 
-    auto* const layout = new QVBoxLayout(this);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSpacing(0);
+    auto* const layout = makeLayout<QVBoxLayout>(this, 0, 0);
     layout->addWidget(scroll, 1);
     layout->addWidget(makeDivider());
     layout->addWidget(makeBar());
@@ -89,7 +65,7 @@ RepairView::~RepairView() {
     m_model->detach();
 }
 
-void RepairView::addReport() {
+QWidget* RepairView::makeReport() {
     m_fetchError = new TextBlock(TextRole::body, ColourRole::red);
     m_verdict = new TextBlock(TextRole::body);
     m_servingLine = new TextBlock(TextRole::callout);
@@ -101,16 +77,14 @@ void RepairView::addReport() {
                               TextRole::body, ColourRole::secondary);
 
     auto* const report = new QWidget;
-    auto* const column = new QVBoxLayout(report);
-    column->setContentsMargins(0, 0, 0, 0);
-    column->setSpacing(spacing::group);
+    auto* const column = makeLayout<QVBoxLayout>(report, 0, spacing::group);
     column->addWidget(m_fetchError);
     column->addWidget(m_verdict);
     column->addWidget(m_servingLine);
     column->addWidget(m_table, 1);
     column->addWidget(m_noClaimants);
     column->addStretch();
-    m_column->insertWidget(m_column->indexOf(m_progress), report, 1);
+    return report;
 }
 
 QWidget* RepairView::makeBar() {
@@ -139,8 +113,12 @@ void RepairView::render() {
     m_dropZone->render(state.fileURL, state.isDropTargeted);
     m_placeholder->setVisible(!state.report && !state.isDiagnosing);
     m_progress->setVisible(!state.report && state.isDiagnosing);
+    m_report->setVisible(state.report != nullptr);
     if (state.report) {
-        renderReport(state);
+        if (std::exchange(m_shownReport, state.report) != state.report) {
+            renderReport(*state.report);
+        }
+        m_table->select(state.selectedClaimantID);
     }
     m_prefer->setEnabled(canPrefer(state));
     m_undo->setEnabled(canUndo(state));
@@ -151,32 +129,25 @@ void RepairView::render() {
     m_alert.render(state.errorMessage);
 }
 
-void RepairView::renderReport(const RepairViewState& state) {
-    if (m_table == nullptr) {
-        // The window is there sooner without it.
-        addReport();
-    }
-    m_table->render(state.report, state.selectedClaimantID);
-    if (std::exchange(m_shownReport, state.report) == state.report) {
-        return;
-    }
-    const QLDiagnosisReport& report = *state.report;
+void RepairView::renderReport(const QLDiagnosisReport& report) {
     const auto renderText = [](TextBlock& block, const std::string& text) {
-        block.setText(shown(text));
+        block.setText(displayText(text));
         block.setVisible(!text.empty());
     };
     renderText(*m_fetchError,
                report.fetchError ? inventoryErrorText(*report.fetchError) : std::string());
     renderText(*m_verdict, report.verdict);
     const ServingLine serving = servingLine(report).value_or(ServingLine());
-    m_servingLine->setTextRole(serving.namesExtensions ? TextRole::calloutMedium
-                                                       : TextRole::callout);
-    m_servingLine->setColourRole(serving.namesExtensions ? ColourRole::primary
-                                                         : ColourRole::secondary);
+    if (serving.namesExtensions) {
+        m_servingLine->setRoles(TextRole::calloutMedium);
+    } else {
+        m_servingLine->setRoles(TextRole::callout, ColourRole::secondary);
+    }
     renderText(*m_servingLine, serving.text);
+    m_table->setClaimants(report.claimants);
     m_table->setVisible(!report.claimants.empty());
     m_noClaimants->setVisible(report.claimants.empty());
-    announce(*this, shown(report.verdict));
+    announce(*this, displayText(report.verdict));
 }
 
 void RepairView::renderSheet(const RepairViewState& state) {
@@ -189,11 +160,7 @@ void RepairView::renderSheet(const RepairViewState& state) {
     if (state.showPreferSheet && m_sheet && records == m_sheetRecords) {
         return;
     }
-    if (m_sheet) {
-        m_sheet->hide();
-        m_sheet->deleteLater();
-        m_sheet = nullptr;
-    }
+    dismiss(m_sheet);
     if (!state.showPreferSheet) {
         return;
     }

@@ -11,7 +11,6 @@
 
 class QLabel;
 class QPushButton;
-class QVBoxLayout;
 
 namespace peekmend {
 
@@ -29,10 +28,10 @@ public:
     [[nodiscard]] RepairViewModel& model() { return *m_model; }
 
 private:
-    void addReport();
+    QWidget* makeReport();
     QWidget* makeBar();
     void render();
-    void renderReport(const RepairViewState& state);
+    void renderReport(const QLDiagnosisReport& report);
     void renderSheet(const RepairViewState& state);
     void openFilePanel();
 
@@ -42,18 +41,18 @@ private:
     DropZone* m_dropZone;
     QLabel* m_placeholder;
     QWidget* m_progress;
-    QVBoxLayout* m_column;
     QPushButton* m_prefer = nullptr;
     QPushButton* m_undo = nullptr;
     QPushButton* m_refresh = nullptr;
     QPushButton* m_copy = nullptr;
 
-    // The report, which is made when there is a first one.
+    // The report, and what is in it.
     TextBlock* m_fetchError = nullptr;
     TextBlock* m_verdict = nullptr;
     TextBlock* m_servingLine = nullptr;
     ClaimantTable* m_table = nullptr;
     QLabel* m_noClaimants = nullptr;
+    QWidget* m_report;
 
     std::shared_ptr<const QLDiagnosisReport> m_shownReport;
     QPointer<QDialog> m_sheet;

@@ -20,13 +20,12 @@ constexpr int alertMessageLimit = 240;
 
 } // namespace
 
-Sheet::Sheet(QWidget* window) : QDialog(window), m_column(new QVBoxLayout(this)) {
+Sheet::Sheet(QWidget* window)
+    : QDialog(window), m_column(makeLayout<QVBoxLayout>(this, spacing::page, spacing::section)) {
     setWindowTitle("Peekmend");
     if (window != nullptr) {
         setWindowModality(Qt::WindowModal);
     }
-    m_column->setContentsMargins(spacing::page, spacing::page, spacing::page, spacing::page);
-    m_column->setSpacing(spacing::section);
 }
 
 void Sheet::fit() {

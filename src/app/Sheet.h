@@ -1,6 +1,9 @@
 #pragma once
 
 #include <QDialog>
+#include <QPointer>
+
+#include <utility>
 
 class QDialogButtonBox;
 class QPushButton;
@@ -26,6 +29,16 @@ private:
 
     QVBoxLayout* m_column;
 };
+
+/// Takes the dialog away, if there is one, without a word to whoever listens to it.
+template <typename Dialog>
+void dismiss(QPointer<Dialog>& dialog) {
+    if (QDialog* const dismissed = std::exchange(dialog, nullptr)) {
+        dismissed->disconnect();
+        dismissed->hide();
+        dismissed->deleteLater();
+    }
+}
 
 /// A short message with its buttons.
 class Alert : public Sheet {

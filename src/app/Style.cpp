@@ -25,31 +25,19 @@ struct RoleLook {
     QFont::Weight weight;
 };
 
-RoleLook lookOf(TextRole role) {
-    switch (role) {
-    case TextRole::body:
-        return {1, QFont::Normal};
-    case TextRole::bodyMedium:
-        return {1, QFont::DemiBold};
-    case TextRole::title2:
-        return {1.35, QFont::Bold};
-    case TextRole::title3:
-        return {1.2, QFont::Bold};
-    case TextRole::headline:
-        return {1, QFont::Bold};
-    case TextRole::callout:
-        return {0.95, QFont::Normal};
-    case TextRole::calloutMedium:
-        return {0.95, QFont::DemiBold};
-    case TextRole::footnote:
-        return {0.9, QFont::Normal};
-    case TextRole::caption:
-        return {0.88, QFont::Normal};
-    case TextRole::caption2:
-        return {0.85, QFont::Normal};
-    }
-    Q_UNREACHABLE();
-}
+// In the order of `TextRole`.
+constexpr RoleLook looks[] = {
+    {1, QFont::Normal},      // body
+    {1, QFont::DemiBold},    // bodyMedium
+    {1.35, QFont::Bold},     // title2
+    {1.2, QFont::Bold},      // title3
+    {1, QFont::Bold},        // headline
+    {0.95, QFont::Normal},   // callout
+    {0.95, QFont::DemiBold}, // calloutMedium
+    {0.9, QFont::Normal},    // footnote
+    {0.88, QFont::Normal},   // caption
+    {0.85, QFont::Normal},   // caption2
+};
 
 bool isDark(const QPalette& palette) {
     return palette.color(QPalette::Window).lightness() <
@@ -122,7 +110,7 @@ private:
 } // namespace
 
 QFont roleFont(TextRole role) {
-    const RoleLook look = lookOf(role);
+    const RoleLook& look = looks[static_cast<std::size_t>(role)];
     QFont font = QApplication::font();
     if (font.pointSizeF() > 0) {
         font.setPointSizeF(font.pointSizeF() * look.scale);
@@ -223,7 +211,8 @@ QString plainToolTip(const QString& text) {
     return "<p style=\"white-space: pre-wrap\">" + broken.toHtmlEscaped() + "</p>";
 }
 
-void drawFocusFrame(QPainter& painter, const QWidget& widget) {
+void drawFocusFrame(QWidget& widget) {
+    QPainter painter(&widget);
     QStyleOptionFocusRect option;
     option.initFrom(&widget);
     option.state |= QStyle::State_KeyboardFocusChange;
@@ -236,7 +225,7 @@ int widthForFont(int width) {
     return std::max(width, width * characterWidth / usualCharacterWidth);
 }
 
-QString shown(std::string_view text) {
+QString displayText(std::string_view text) {
     QString result = QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
     for (QChar& character : result) {
         const char16_t unit = character.unicode();
@@ -249,11 +238,7 @@ QString shown(std::string_view text) {
 }
 
 void setAccessibleRole(QWidget& widget, QAccessible::Role role) {
-    static const bool installed = [] {
-        QAccessible::installFactory(roleInterface);
-        return true;
-    }();
-    Q_UNUSED(installed);
+    QAccessible::installFactory(roleInterface);
     widget.setProperty(accessibleRoleProperty, static_cast<int>(role));
 }
 

@@ -12,7 +12,6 @@
 #include <string_view>
 
 class QEvent;
-class QPainter;
 class QWidget;
 
 /// The roles that text, colours and symbols have in all views, and what they look like here.
@@ -70,14 +69,14 @@ void handOnRoleChange(QWidget& window, const QEvent& event);
 [[nodiscard]] QString plainToolTip(const QString& text);
 
 /// Draws around the whole widget that it has the focus.
-void drawFocusFrame(QPainter& painter, const QWidget& widget);
+void drawFocusFrame(QWidget& widget);
 
 /// A width in points that grows with the font: `width` with a usual one.
 [[nodiscard]] int widthForFont(int width);
 
 /// Text from the core, which is UTF-8. Other bytes, and characters that would reorder the text
 /// around them, become replacement characters.
-[[nodiscard]] QString shown(std::string_view text);
+[[nodiscard]] QString displayText(std::string_view text);
 
 /// What assistive technology is told that the widget is, for widgets whose class does not say it.
 /// Such a widget has its accessible name, and as children its child widgets; text has none. To be

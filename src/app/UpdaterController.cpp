@@ -43,18 +43,19 @@ void UpdaterController::checkForUpdates() {
         return;
     }
     if (m_feed.isEmpty()) {
-        show("This copy has no update address",
-             QString("This copy of Peekmend %1 is updated by %2.")
-                 .arg(buildConfig::version, shown(buildConfig::updatedBy)),
-             "OK");
+        showMessage("This copy has no update address",
+                    QString("This copy of Peekmend %1 is updated by %2.")
+                        .arg(buildConfig::version, displayText(buildConfig::updatedBy)),
+                    "OK");
         return;
     }
     if (!mayBeAsked(m_feed)) {
-        show("The check for updates failed",
-             "The update address of this copy is not a secure one, so it was not asked.", "OK");
+        showMessage("The check for updates failed",
+                    "The update address of this copy is not a secure one, so it was not asked.",
+                    "OK");
         return;
     }
-    show("Checking for updates\u2026", "Asking " + m_feed.host() + ".", "Cancel");
+    showMessage("Checking for updates\u2026", "Asking " + m_feed.host() + ".", "Cancel");
     if (!m_network) {
         m_network = std::make_unique<QNetworkAccessManager>();
         m_network->setRedirectPolicy(QNetworkRequest::UserVerifiedRedirectPolicy);
@@ -73,10 +74,11 @@ void UpdaterController::checkForUpdates() {
             emit m_reply->redirectAllowed();
         } else {
             stop();
-            show("The check for updates failed",
-                 "The update address leads to another one that is not secure, so that one was not "
-                 "asked.",
-                 "OK");
+            showMessage(
+                "The check for updates failed",
+                "The update address leads to another one that is not secure, so that one was not "
+                "asked.",
+                "OK");
         }
     });
     connect(m_reply, &QNetworkReply::readyRead, this, &UpdaterController::read);
@@ -89,20 +91,12 @@ void UpdaterController::stop() {
         reply->abort();
         reply->deleteLater();
     }
-    if (Alert* const dialog = std::exchange(m_dialog, nullptr)) {
-        dialog->disconnect(this);
-        dialog->close();
-        dialog->deleteLater();
-    }
+    dismiss(m_dialog);
 }
 
-void UpdaterController::show(const QString& title, const QString& message,
-                             const QString& endButton) {
-    if (Alert* const earlier = std::exchange(m_dialog, nullptr)) {
-        earlier->disconnect(this);
-        earlier->close();
-        earlier->deleteLater();
-    }
+void UpdaterController::showMessage(const QString& title, const QString& message,
+                                    const QString& endButton) {
+    dismiss(m_dialog);
     m_dialog = new Alert(nullptr, title, message);
     connect(m_dialog, &QDialog::rejected, this, &UpdaterController::stop);
     connect(m_dialog, &QDialog::accepted, this, &UpdaterController::stop);
@@ -126,27 +120,27 @@ void UpdaterController::finished() {
     reply->deleteLater();
     const QString failure = "The check for updates failed";
     if (m_document.size() > documentLimit) {
-        show(failure, "The answer is too long for an appcast.", "OK");
+        showMessage(failure, "The answer is too long for an appcast.", "OK");
         return;
     }
     if (reply->error() != QNetworkReply::NoError) {
-        show(failure, reply->errorString(), "OK");
+        showMessage(failure, reply->errorString(), "OK");
         return;
     }
     const auto newest = newestAppcastItem(m_document);
     if (!newest) {
-        show(failure, "The answer is not an appcast that names a version.", "OK");
+        showMessage(failure, "The answer is not an appcast that names a version.", "OK");
         return;
     }
     if (newest->version <= QVersionNumber::fromString(buildConfig::version)) {
-        show("Peekmend is up to date",
-             QString("Version %1 is the newest one.").arg(buildConfig::version), "OK");
+        showMessage("Peekmend is up to date",
+                    QString("Version %1 is the newest one.").arg(buildConfig::version), "OK");
         return;
     }
-    show("A newer version is available",
-         QString("Peekmend %1 is available; this is version %2.")
-             .arg(newest->versionText, buildConfig::version),
-         "Later");
+    showMessage("A newer version is available",
+                QString("Peekmend %1 is available; this is version %2.")
+                    .arg(newest->versionText, buildConfig::version),
+                "Later");
     if (!newest->page.isEmpty()) {
         QPushButton& open = m_dialog->addAcceptButton("Show Page\u2026");
         connect(&open, &QPushButton::clicked, this,

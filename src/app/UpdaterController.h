@@ -33,7 +33,7 @@ public:
     void stop();
 
 private:
-    void show(const QString& title, const QString& message, const QString& endButton);
+    void showMessage(const QString& title, const QString& message, const QString& endButton);
     void read();
     void finished();
 

@@ -9,6 +9,7 @@
 #include <QTextCursor>
 #include <QTextDocument>
 #include <QToolTip>
+#include <QVBoxLayout>
 #include <QWheelEvent>
 
 #include <algorithm>
@@ -16,24 +17,6 @@
 #include <memory>
 
 namespace peekmend {
-
-Label::Label(const QString& text, TextRole textRole, ColourRole colourRole)
-    : QLabel(text), m_textRole(textRole), m_colourRole(colourRole) {
-    setTextFormat(Qt::PlainText);
-    applyRoles(*this, m_textRole, m_colourRole);
-}
-
-void Label::setColourRole(ColourRole role) {
-    m_colourRole = role;
-    applyRoles(*this, m_textRole, m_colourRole);
-}
-
-void Label::changeEvent(QEvent* event) {
-    QLabel::changeEvent(event);
-    if (event->type() == QEvent::StyleChange) {
-        applyRoles(*this, m_textRole, m_colourRole);
-    }
-}
 
 void ElidedLabel::setWholeText(const QString& text) {
     if (text != m_wholeText) {
@@ -66,8 +49,7 @@ void ElidedLabel::paintEvent(QPaintEvent* /*event*/) {
     painter.drawText(contentsRect(), flags | Qt::TextSingleLine, elided());
 }
 
-TextBlock::TextBlock(TextRole textRole, ColourRole colourRole)
-    : m_textRole(textRole), m_colourRole(colourRole) {
+TextBlock::TextBlock(TextRole textRole, ColourRole colourRole) {
     setAccessibleRole(*this, QAccessible::StaticText);
     setFrameShape(QFrame::NoFrame);
     setReadOnly(true);
@@ -84,7 +66,7 @@ TextBlock::TextBlock(TextRole textRole, ColourRole colourRole)
     viewport()->setAutoFillBackground(false);
     viewport()->setCursor(Qt::IBeamCursor);
     document()->setDocumentMargin(1);
-    applyRoles(*this, m_textRole, m_colourRole);
+    setRoles(textRole, colourRole);
 }
 
 void TextBlock::setText(const QString& text) {
@@ -97,16 +79,6 @@ void TextBlock::setText(const QString& text) {
 void TextBlock::setInlineMarkdown(const QString& text) {
     document()->setMarkdown(text, QTextDocument::MarkdownNoHTML);
     documentChanged();
-}
-
-void TextBlock::setColourRole(ColourRole role) {
-    m_colourRole = role;
-    applyRoles(*this, m_textRole, m_colourRole);
-}
-
-void TextBlock::setTextRole(TextRole role) {
-    m_textRole = role;
-    applyRoles(*this, m_textRole, m_colourRole);
 }
 
 void TextBlock::setHeightLimit(int height) {
@@ -154,10 +126,7 @@ void TextBlock::updateScrollBar() {
 }
 
 void TextBlock::changeEvent(QEvent* event) {
-    QTextEdit::changeEvent(event);
-    if (event->type() == QEvent::StyleChange) {
-        applyRoles(*this, m_textRole, m_colourRole);
-    }
+    Styled::changeEvent(event);
     if (event->type() == QEvent::FontChange) {
         m_heights.clear();
         updateGeometry();
@@ -211,8 +180,7 @@ void TextBlock::resizeEvent(QResizeEvent* event) {
 void TextBlock::paintEvent(QPaintEvent* event) {
     QTextEdit::paintEvent(event);
     if (hasFocus()) {
-        QPainter painter(viewport());
-        drawFocusFrame(painter, *viewport());
+        drawFocusFrame(*viewport());
     }
 }
 
@@ -240,12 +208,18 @@ QWidget* makeDivider() {
     return line;
 }
 
-QProgressBar* makeProgressBar(const QString& text) {
+QWidget* makeProgress(const QString& text) {
+    constexpr int leastWidth = 160;
     auto* const bar = new QProgressBar;
     bar->setRange(0, 0);
     bar->setTextVisible(false);
     bar->setAccessibleName(text);
-    return bar;
+    bar->setMinimumWidth(leastWidth);
+    auto* const progress = new QWidget;
+    auto* const column = makeLayout<QVBoxLayout>(progress, 0, spacing::item);
+    column->addWidget(new Label(text, TextRole::body));
+    column->addWidget(bar);
+    return progress;
 }
 
 } // namespace peekmend

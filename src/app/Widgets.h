@@ -8,23 +8,39 @@
 
 #include <map>
 
-class QProgressBar;
-
 namespace peekmend {
 
-/// A short text of our own, or one character: plain, and not broken.
-class Label : public QLabel {
+/// A widget of the toolkit whose text keeps its roles when the application's look changes.
+template <typename Base>
+class Styled : public Base {
 public:
-    Label(const QString& text, TextRole textRole, ColourRole colourRole = ColourRole::primary);
-
-    void setColourRole(ColourRole role);
+    void setRoles(TextRole text, ColourRole colour = ColourRole::primary) {
+        m_text = text;
+        m_colour = colour;
+        applyRoles(*this, text, colour);
+    }
 
 protected:
-    void changeEvent(QEvent* event) override;
+    void changeEvent(QEvent* event) override {
+        Base::changeEvent(event);
+        if (event->type() == QEvent::StyleChange) {
+            applyRoles(*this, m_text, m_colour);
+        }
+    }
 
 private:
-    TextRole m_textRole;
-    ColourRole m_colourRole;
+    TextRole m_text = TextRole::body;
+    ColourRole m_colour = ColourRole::primary;
+};
+
+/// A short text of our own, or one character: plain, and not broken.
+class Label : public Styled<QLabel> {
+public:
+    Label(const QString& text, TextRole textRole, ColourRole colourRole = ColourRole::primary) {
+        setTextFormat(Qt::PlainText);
+        setText(text);
+        setRoles(textRole, colourRole);
+    }
 };
 
 /// A text from outside on one line, which is shortened in the middle where it does not fit, and is
@@ -50,7 +66,7 @@ private:
 
 /// A text of any length, plain, broken at words or where need be anywhere, that can be selected
 /// and copied. It is as high as its text, up to a limit; beyond it, it scrolls.
-class TextBlock : public QTextEdit {
+class TextBlock : public Styled<QTextEdit> {
 public:
     explicit TextBlock(TextRole textRole, ColourRole colourRole = ColourRole::primary);
 
@@ -58,8 +74,6 @@ public:
     void setText(const QString& text);
     /// For texts of our own only.
     void setInlineMarkdown(const QString& text);
-    void setColourRole(ColourRole role);
-    void setTextRole(TextRole role);
     /// The greatest height in points.
     void setHeightLimit(int height);
     /// To be called after changes of the document that were made directly.
@@ -84,8 +98,6 @@ private:
     [[nodiscard]] int wholeHeight(int width) const;
     void updateScrollBar();
 
-    TextRole m_textRole;
-    ColourRole m_colourRole;
     int m_heightLimit = QWIDGETSIZE_MAX;
     /// Of the whole text, by width. Layouts ask for a few widths again and again.
     mutable std::map<int, int> m_heights;
@@ -108,7 +120,16 @@ protected:
 /// A line across the whole width.
 [[nodiscard]] QWidget* makeDivider();
 
-/// A progress indicator that is named by `text`.
-[[nodiscard]] QProgressBar* makeProgressBar(const QString& text);
+/// A progress indicator under its label.
+[[nodiscard]] QWidget* makeProgress(const QString& text);
+
+/// A layout of the widget, with these spaces around it and between its elements.
+template <typename Layout>
+Layout* makeLayout(QWidget* widget, int margin, int space) {
+    auto* const layout = new Layout(widget);
+    layout->setContentsMargins(margin, margin, margin, margin);
+    layout->setSpacing(space);
+    return layout;
+}
 
 } // namespace peekmend

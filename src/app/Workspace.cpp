@@ -9,35 +9,27 @@ namespace peekmend::workspace {
 
 namespace {
 
+/// What the library's objects are given back with.
+template <auto function>
 struct Release {
-    void operator()(gpointer object) const { g_object_unref(object); }
+    void operator()(auto* object) const { function(object); }
 };
 
-struct ReleaseList {
-    void operator()(GList* list) const { g_list_free_full(list, g_object_unref); }
-};
-
-struct ReleaseText {
-    void operator()(char* text) const { g_free(text); }
-};
-
-/// The desktop entry as the library's other type for it; null for what is none.
-GDesktopAppInfo* desktopEntry(gpointer application) {
-    return g_type_check_instance_is_a(static_cast<GTypeInstance*>(application),
-                                      g_desktop_app_info_get_type()) != 0
-               ? static_cast<GDesktopAppInfo*>(application)
-               : nullptr;
+void releaseObjects(GList* list) {
+    g_list_free_full(list, g_object_unref);
 }
+
+using Text = std::unique_ptr<char, Release<g_free>>;
 
 } // namespace
 
 bool openURL(const std::string& address) {
-    const std::unique_ptr<char, ReleaseText> scheme(g_uri_parse_scheme(address.c_str()));
+    const Text scheme(g_uri_parse_scheme(address.c_str()));
     if (!scheme) {
         return false;
     }
     // Asked for first, as launching may report nothing when there is none.
-    const std::unique_ptr<GAppInfo, Release> handler(
+    const std::unique_ptr<GAppInfo, Release<g_object_unref>> handler(
         std::string_view(scheme.get()) == "file"
             ? g_app_info_get_default_for_type("text/html", 0)
             : g_app_info_get_default_for_uri_scheme(scheme.get()));
@@ -49,14 +41,11 @@ bool openURL(const std::string& address) {
 }
 
 bool launchApplication(const std::string& name) {
-    const std::unique_ptr<GList, ReleaseList> applications(g_app_info_get_all());
+    const std::unique_ptr<GList, Release<releaseObjects>> applications(g_app_info_get_all());
     for (const GList* entry = applications.get(); entry != nullptr; entry = entry->next) {
-        GDesktopAppInfo* const desktop = desktopEntry(entry->data);
-        if (desktop == nullptr) {
-            continue;
-        }
-        const std::unique_ptr<char, ReleaseText> itsName(
-            g_desktop_app_info_get_string(desktop, "Name"));
+        // On this system all applications are desktop entries.
+        auto* const desktop = static_cast<GDesktopAppInfo*>(entry->data);
+        const Text itsName(g_desktop_app_info_get_string(desktop, "Name"));
         if (itsName && name == itsName.get() &&
             g_app_info_launch(static_cast<GAppInfo*>(entry->data), nullptr, nullptr, nullptr) !=
                 0) {

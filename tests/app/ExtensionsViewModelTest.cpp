@@ -40,7 +40,7 @@ TEST_F(Extensions, AreEmptyWithAMessageWhenTheyCannotBeRead) {
     world.report = claimedBy({a});
     model().reload();
     world.settle();
-    model().askToIgnore(a);
+    model().elect(a, "ignore");
     world.report = {};
     world.report.fetchError = "no tool";
     const std::string message = "Couldn't read the Quick Look extension inventory: no tool";
@@ -108,7 +108,7 @@ TEST_F(Extensions, AskBeforeTheyIgnore) {
              Case{known, "Ignore " + known + "?", start + known + end + "\n\n" + note},
          }) {
         if (row.bundleID) {
-            model().askToIgnore({*row.bundleID, enabled, {}, {}});
+            model().elect({*row.bundleID, enabled, {}, {}}, "ignore");
         }
         EXPECT_EQ(ignoreTitle(view.drawn), row.title);
         EXPECT_EQ(ignoreMessage(view.drawn), row.message);
@@ -118,7 +118,7 @@ TEST_F(Extensions, AskBeforeTheyIgnore) {
     EXPECT_EQ(view.drawn.pendingIgnore, std::nullopt);
     model().confirmIgnore();
     EXPECT_TRUE(world.jobs.empty()) << "there is nothing to confirm";
-    model().askToIgnore(a);
+    model().elect(a, "ignore");
     model().confirmIgnore();
     EXPECT_EQ(view.drawn.pendingIgnore, std::nullopt);
     world.settle();

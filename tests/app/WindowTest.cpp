@@ -221,13 +221,13 @@ TEST(Window, EnablesWhatTheStateAllows) {
 TEST(Window, ShowsTextFromOutsideAsItIs) {
     Window view;
     const std::string name = "org.<b>x</b><img src=\"/etc/passwd\">&amp;";
-    const QString shownName = shown(name);
+    const QString shownName = displayText(name);
     QLDiagnosisReport report = reportOf({claimant(name), claimant("org.b")});
     report.fetchError = name;
     view.diagnose(report, "/" + name);
     const QStringList texts = textsOf(*view.window);
     EXPECT_TRUE(texts.contains("Couldn't read the Quick Look extension inventory: " + shownName));
-    EXPECT_TRUE(texts.contains(shown(report.verdict)));
+    EXPECT_TRUE(texts.contains(displayText(report.verdict)));
     EXPECT_EQ(view.table().model()->index(0, 1).data(), shownName);
     for (const QLabel* const label : view.window->findChildren<QLabel*>()) {
         EXPECT_EQ(label->textFormat(), label->pixmap().isNull() ? Qt::PlainText : Qt::AutoText);
@@ -250,7 +250,7 @@ TEST(Window, ShowsTextFromOutsideAsItIs) {
                                                             shownName +
                                                             " for any file type it supports."}));
     // What would turn our own sentences around is not let through.
-    EXPECT_EQ(shown("a\u202Eb"), QString("a\uFFFDb"));
+    EXPECT_EQ(displayText("a\u202Eb"), QString("a\uFFFDb"));
 }
 
 TEST(Window, AsksBeforeItPrefers) {

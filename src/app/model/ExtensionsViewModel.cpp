@@ -60,9 +60,13 @@ void ExtensionsViewModel::changeState(const QLExtensionRecord& record, std::stri
     repair("Couldn't update " + record.bundleID + ": ", [work = std::move(work)] { return work; });
 }
 
-void ExtensionsViewModel::askToIgnore(const QLExtensionRecord& record) {
-    m_state.pendingIgnore = record;
-    changed();
+void ExtensionsViewModel::elect(const QLExtensionRecord& record, std::string_view election) {
+    if (election == "ignore") {
+        m_state.pendingIgnore = record;
+        changed();
+    } else {
+        changeState(record, election);
+    }
 }
 
 void ExtensionsViewModel::confirmIgnore() {

@@ -22,6 +22,7 @@ struct ExtensionsViewState : RepairingViewState {
 /// Whether the election would change the state of the record, so that its button is enabled.
 [[nodiscard]] bool canElect(const QLExtensionRecord& record, std::string_view election);
 
+/// The texts of the ignore confirmation.
 [[nodiscard]] std::string ignoreTitle(const ExtensionsViewState& state);
 [[nodiscard]] std::string ignoreMessage(const ExtensionsViewState& state);
 
@@ -39,9 +40,12 @@ public:
     /// shown when the user decided, so its state is the one that an undo restores.
     void changeState(const QLExtensionRecord& record, std::string_view election);
 
-    /// Opens the ignore confirmation.
-    void askToIgnore(const QLExtensionRecord& record);
+    /// What the buttons of a row do: "ignore" asks first, the others change the state at once.
+    void elect(const QLExtensionRecord& record, std::string_view election);
+
+    /// Ignores the record that the confirmation is shown for, and closes the confirmation.
     void confirmIgnore();
+    /// Closes the confirmation.
     void cancelIgnore();
 
 private:

@@ -37,29 +37,14 @@ std::vector<QLExtensionRecord> peersToIgnore(const RepairViewState& state) {
     return peers;
 }
 
-bool canPrefer(const RepairViewState& state) {
-    return selectedClaimant(state) != nullptr;
-}
-
-bool canRefresh(const RepairViewState& state) {
-    return !state.isDiagnosing;
-}
-
-bool canCopy(const RepairViewState& state) {
-    return state.report != nullptr;
-}
-
 RepairViewModel::RepairViewModel(Services services) : RepairingViewModel(std::move(services)) {
     m_state.undoSnapshot = storedSnapshot();
 }
 
-void RepairViewModel::chooseFile(const std::optional<FileURL>& chosen) {
-    if (!chosen) {
-        return;
-    }
+void RepairViewModel::chooseFile(const FileURL& chosen) {
     m_state.fileURL = chosen;
     m_state.selectedClaimantID.reset();
-    startDiagnosis(*chosen);
+    startDiagnosis(chosen);
 }
 
 bool RepairViewModel::handleDrop(const std::vector<std::optional<FileURL>>& items) {
@@ -67,8 +52,9 @@ bool RepairViewModel::handleDrop(const std::vector<std::optional<FileURL>>& item
         return false;
     }
     services().mainQueue->post([weak = weak_from_this(), first = items.front()] {
-        if (const auto self = std::static_pointer_cast<RepairViewModel>(weak.lock())) {
-            self->chooseFile(first);
+        const auto self = std::static_pointer_cast<RepairViewModel>(weak.lock());
+        if (self && first) {
+            self->chooseFile(*first);
         }
     });
     return true;

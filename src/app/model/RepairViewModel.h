@@ -31,9 +31,17 @@ struct RepairViewState : RepairingViewState {
 /// empty when none is selected.
 [[nodiscard]] std::vector<QLExtensionRecord> peersToIgnore(const RepairViewState& state);
 
-[[nodiscard]] bool canPrefer(const RepairViewState& state);
-[[nodiscard]] bool canRefresh(const RepairViewState& state);
-[[nodiscard]] bool canCopy(const RepairViewState& state);
+[[nodiscard]] inline bool canPrefer(const RepairViewState& state) {
+    return selectedClaimant(state) != nullptr;
+}
+
+[[nodiscard]] inline bool canRefresh(const RepairViewState& state) {
+    return !state.isDiagnosing;
+}
+
+[[nodiscard]] inline bool canCopy(const RepairViewState& state) {
+    return state.report != nullptr;
+}
 
 /// State and actions of the diagnose view.
 class RepairViewModel final : public RepairingViewModel {
@@ -42,22 +50,26 @@ public:
 
     [[nodiscard]] const RepairViewState& state() const { return m_state; }
 
-    /// Diagnoses the file that the open panel gave; without one, when the panel was cancelled,
-    /// nothing happens.
-    void chooseFile(const std::optional<FileURL>& chosen);
+    /// Diagnoses the file that the open panel gave.
+    void chooseFile(const FileURL& chosen);
 
     /// Takes the first of the dropped items, each of which is a file or one that gives none.
     /// Returns whether the drop was handled, before the file is taken over.
     bool handleDrop(const std::vector<std::optional<FileURL>>& items);
 
+    /// A drag that carries a file has come over the drop zone, or has gone.
     void setDropTargeted(bool isDropTargeted);
+    /// Selects the claimant of this identity, or none.
     void select(std::optional<std::string> claimantID);
+    /// Diagnoses the file again, if there is one.
     void refresh();
     void openPreferSheet();
     /// `chosen` is the record that the sheet was built with.
     void confirmPrefer(const QLExtensionRecord& chosen);
     void cancelPrefer();
+    /// Copies the report text, if there is a report, and says so for one and a half seconds.
     void copyReport();
+    /// Opens the system's extension settings in the first way that works. Silent when none does.
     void openExtensionSettings();
 
 private:

@@ -11,6 +11,7 @@ namespace peekmend {
 /// The sign that stands for a state, of one character.
 [[nodiscard]] std::string_view stateBadge(QLRegistrationState state);
 
+/// How a `fetchError` is told.
 [[nodiscard]] std::string inventoryErrorText(std::string_view fetchError);
 
 /// What the probe saw, in one line.
