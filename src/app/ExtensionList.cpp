@@ -321,19 +321,20 @@ bool ExtensionList::handleKey(const QKeyEvent& event, int button) {
            focusNextPrevChild(isRight != isRightToLeft());
 }
 
-// Only the buttons of rows are filtered.
-bool ExtensionList::eventFilter(QObject* button, QEvent* event) {
-    const auto& row = static_cast<const ExtensionRow&>(*button->parent());
+bool ExtensionList::eventFilter(QObject* object, QEvent* event) {
+    const auto* const row = dynamic_cast<const ExtensionRow*>(object->parent());
+    if (row == nullptr) {
+        return QAbstractScrollArea::eventFilter(object, event);
+    }
     if (event->type() == QEvent::KeyPress) {
-        const auto& buttons = row.buttons();
-        return handleKey(*static_cast<QKeyEvent*>(event),
-                         static_cast<int>(std::ranges::find(buttons, button) - buttons.begin()));
+        const auto button = std::ranges::find(row->buttons(), object) - row->buttons().begin();
+        return handleKey(*static_cast<QKeyEvent*>(event), static_cast<int>(button));
     }
     if (event->type() == QEvent::FocusIn) {
-        setCurrent(row.index());
+        setCurrent(row->index());
         const auto reason = static_cast<QFocusEvent*>(event)->reason();
         if (reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason) {
-            bringIntoSight(row.index());
+            bringIntoSight(row->index());
         }
     }
     return false;
