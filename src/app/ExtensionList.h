@@ -29,7 +29,7 @@ public:
     std::function<void(const QLExtensionRecord& record, std::string_view election)> onElect;
 
 protected:
-    bool eventFilter(QObject* button, QEvent* event) override;
+    bool eventFilter(QObject* object, QEvent* event) override;
     void changeEvent(QEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
