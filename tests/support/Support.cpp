@@ -71,8 +71,9 @@ std::string contentTypesPlist(std::initializer_list<std::string_view> types) {
 }
 
 std::string readFile(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
+    std::ostringstream bytes;
+    bytes << std::ifstream(path, std::ios::binary).rdbuf();
+    return bytes.str();
 }
 
 bool eventually(const std::function<bool()>& condition) {

@@ -108,8 +108,7 @@ TEST_F(Road, ConflictIsSeenRepairedAndUndoneAfterARestart) {
                   "); this is a conflict. Use Prefer to pick one and ignore the rest. " + markdown +
                   ", " + text + stale);
 
-    const std::string defaultsFolder = folder / "defaults";
-    StandardUserDefaults defaults(defaultsFolder);
+    StandardUserDefaults defaults;
     ASSERT_EQ(first.claimants.size(), 2U);
     const auto snapshot = RepairApplicator().prefer(
         first.claimants[1].record, {first.claimants[0].record}, first.records, defaults);
@@ -122,8 +121,7 @@ TEST_F(Road, ConflictIsSeenRepairedAndUndoneAfterARestart) {
               text + " is currently serving the open preview. " + text + ", " + markdown + stale);
 
     const auto restarted = ProcessRunner::run(
-        PEEKMEND_TEST_RESTART,
-        {"undo", defaultsFolder, real.pluginkit, real.qlmanage, real.killall}, false);
+        PEEKMEND_TEST_PROGRAM, {"undo", real.pluginkit, real.qlmanage, real.killall, ""}, false);
     ASSERT_TRUE(restarted);
     EXPECT_EQ(restarted->exitStatus, 0) << restarted->stderrBytes;
     EXPECT_EQ(loadLastRepairSnapshot(defaults), std::nullopt);
