@@ -2,6 +2,8 @@
 
 #include <QXmlStreamReader>
 
+#include <algorithm>
+
 namespace peekmend {
 
 namespace {
@@ -20,6 +22,16 @@ struct ItemVersions {
         }
     }
 };
+
+/// Whether the text is nothing but a version. It will stand in a sentence of ours.
+bool isPlainVersion(const QString& text) {
+    constexpr qsizetype longest = 40;
+    return text.size() <= longest && std::ranges::all_of(text, [](QChar character) {
+               return character.unicode() < 0x80 &&
+                      (character.isLetterOrNumber() || character == '.' || character == '-' ||
+                       character == '+');
+           });
+}
 
 AppcastItem readItem(QXmlStreamReader& xml) {
     AppcastItem item;
@@ -41,6 +53,12 @@ AppcastItem readItem(QXmlStreamReader& xml) {
     item.versionText = versions.shortened.isEmpty() ? versions.plain : versions.shortened;
     // A version has to begin with a number to be one.
     item.version = QVersionNumber::fromString(item.versionText);
+    if (!isPlainVersion(item.versionText)) {
+        constexpr qsizetype mostSegments = 8;
+        item.version = QVersionNumber(
+            item.version.segments().first(std::min(item.version.segmentCount(), mostSegments)));
+        item.versionText = item.version.toString();
+    }
     return item;
 }
 

@@ -226,7 +226,25 @@ int widthForFont(int width) {
 }
 
 QString displayText(std::string_view text) {
-    QString result = QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+    constexpr std::size_t longestBeginning = 3000;
+    constexpr std::size_t longestEnd = 1000;
+    const auto decode = [](std::string_view part) {
+        return QString::fromUtf8(part.data(), static_cast<qsizetype>(part.size()));
+    };
+    QString result;
+    if (text.size() <= longestBeginning + longestEnd) {
+        result = decode(text);
+    } else {
+        // Between two characters: not before a byte that continues one.
+        const auto boundary = [text](std::size_t index) {
+            while (index < text.size() && (static_cast<unsigned char>(text[index]) >> 6U) == 2) {
+                ++index;
+            }
+            return index;
+        };
+        result = decode(text.substr(0, boundary(longestBeginning))) + " \u2026 " +
+                 decode(text.substr(boundary(text.size() - longestEnd)));
+    }
     for (QChar& character : result) {
         const char16_t unit = character.unicode();
         // These reorder what comes after them, which would be sentences of ours.

@@ -74,8 +74,9 @@ void drawFocusFrame(QWidget& widget);
 /// A width in points that grows with the font: `width` with a usual one.
 [[nodiscard]] int widthForFont(int width);
 
-/// Text from the core, which is UTF-8. Other bytes, and characters that would reorder the text
-/// around them, become replacement characters.
+/// Text from the core, which is UTF-8, as it may stand on screen: other bytes, and characters that
+/// would reorder the text around them, become replacement characters, and of a text that is longer
+/// than anybody reads there the middle is left out, since its layout would hold up the window.
 [[nodiscard]] QString displayText(std::string_view text);
 
 /// What assistive technology is told that the widget is, for widgets whose class does not say it.

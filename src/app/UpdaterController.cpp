@@ -17,7 +17,9 @@ namespace peekmend {
 
 namespace {
 
-constexpr qint64 documentLimit = qint64{1024} * 1024;
+/// An appcast of many versions; the XML reader takes a time that grows with the square of what one
+/// element may hold.
+constexpr qint64 documentLimit = qint64{64} * 1024;
 constexpr std::chrono::seconds longestSilence(20);
 constexpr int mostRedirects = 5;
 
@@ -58,7 +60,7 @@ void UpdaterController::checkForUpdates() {
     showMessage("Checking for updates\u2026", "Asking " + m_feed.host() + ".", "Cancel");
     if (!m_network) {
         m_network = std::make_unique<QNetworkAccessManager>();
-        m_network->setRedirectPolicy(QNetworkRequest::UserVerifiedRedirectPolicy);
+        m_network->setRedirectPolicy(QNetworkRequest::NoLessSafeRedirectPolicy);
         m_network->setTransferTimeout(
             static_cast<int>(std::chrono::milliseconds(longestSilence).count()));
     }
@@ -70,9 +72,8 @@ void UpdaterController::checkForUpdates() {
     m_document.clear();
     m_reply = m_network->get(request);
     connect(m_reply, &QNetworkReply::redirected, this, [this](const QUrl& target) {
-        if (mayBeAsked(target)) {
-            emit m_reply->redirectAllowed();
-        } else {
+        if (!mayBeAsked(target)) {
+            // Before it has been asked.
             stop();
             showMessage(
                 "The check for updates failed",
@@ -124,7 +125,7 @@ void UpdaterController::finished() {
         return;
     }
     if (reply->error() != QNetworkReply::NoError) {
-        showMessage(failure, reply->errorString(), "OK");
+        showMessage(failure, displayText(reply->errorString().toStdString()), "OK");
         return;
     }
     const auto newest = newestAppcastItem(m_document);

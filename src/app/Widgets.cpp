@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
+#include <utility>
 
 namespace peekmend {
 
@@ -70,7 +71,8 @@ TextBlock::TextBlock(TextRole textRole, ColourRole colourRole) {
 }
 
 void TextBlock::setText(const QString& text) {
-    if (text != toPlainText()) {
+    // Not compared with the document's own text, in which some characters are others.
+    if (std::exchange(m_text, text) != text) {
         setPlainText(text);
         documentChanged();
     }

@@ -98,6 +98,7 @@ private:
     [[nodiscard]] int wholeHeight(int width) const;
     void updateScrollBar();
 
+    QString m_text;
     int m_heightLimit = QWIDGETSIZE_MAX;
     /// Of the whole text, by width. Layouts ask for a few widths again and again.
     mutable std::map<int, int> m_heights;
