@@ -19,7 +19,7 @@ namespace peekmend {
 class PropertyList {
 public:
     /// Files larger than this count as unreadable, in bytes.
-    static constexpr std::size_t maximumFileSize = std::size_t{5} * 1024 * 1024;
+    static constexpr std::size_t maximumFileSize = std::size_t{1024} * 1024;
 
     /// What all values of a list may take together when each is read out once, in bytes: in a small
     /// binary list one long text may stand in a million places.
