@@ -9,6 +9,14 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
     # The standard library's own stable sort uses what it deprecates.
     target_compile_options(peekmend_options INTERFACE -Wno-deprecated-declarations)
 endif()
+# What users get reads other people's bundles: a memory error that is left must not become more.
+set(hardened "$<CONFIG:Release>")
+target_compile_definitions(peekmend_options INTERFACE $<${hardened}:_GLIBCXX_ASSERTIONS>)
+target_compile_options(peekmend_options INTERFACE
+    $<${hardened}:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3 -ftrivial-auto-var-init=zero
+    -fstack-protector-strong -fstack-clash-protection>)
+target_link_options(peekmend_options INTERFACE
+    $<${hardened}:LINKER:-z,relro,-z,now,-z,noexecstack>)
 if(PEEKMEND_SANITIZERS)
     target_compile_options(peekmend_options INTERFACE
         -fsanitize=${PEEKMEND_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)
