@@ -15,16 +15,12 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QDropEvent>
-#include <QFontDatabase>
-#include <QHeaderView>
 #include <QMenuBar>
 #include <QMimeData>
 #include <QPushButton>
-#include <QScrollArea>
 #include <QScrollBar>
-#include <QToolTip>
 
-#include <algorithm>
+#include <stdexcept>
 
 namespace peekmend::test {
 namespace {
@@ -43,21 +39,8 @@ Widget& inside(const QWidget& root) {
     throw std::runtime_error("no such widget");
 }
 
-QLClaimant claimant(std::string bundleID, QLRegistrationState state = unmarked) {
-    return {.record = {std::move(bundleID), state, "1.0", "/Applications/A.app/P.appex"},
-            .matchedUTIs = {"public.text"},
-            .allClaimedUTIs = {"public.text"}};
-}
-
-QLDiagnosisReport reportOf(std::vector<QLClaimant> claimants) {
-    QLDiagnosisReport report;
-    for (const QLClaimant& one : claimants) {
-        report.records.push_back(one.record);
-    }
-    report.verdict = composeVerdict(claimants, {});
-    report.claimants = std::move(claimants);
-    report.activeHandler.emplace().invokedPreview = true;
-    return report;
+QLExtensionRecord record(std::string bundleID, QLRegistrationState state = unmarked) {
+    return {std::move(bundleID), state, "1.0", "/Applications/A.app/P.appex"};
 }
 
 void sendKey(QWidget* widget, int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
@@ -67,53 +50,93 @@ void sendKey(QWidget* widget, int key, Qt::KeyboardModifiers modifiers = Qt::NoM
     }
 }
 
-/// A window whose surroundings the test plays.
-class Window : public World {
-public:
-    Window() {
+std::vector<QLExtensionRecord> manyRecords(int count) {
+    std::vector<QLExtensionRecord> records;
+    for (int i = 0; i < count; ++i) {
+        records.push_back(record("org.e" + std::to_string(i)));
+    }
+    return records;
+}
+
+QString focusedName() {
+    return QApplication::focusWidget()->accessibleName();
+}
+
+QStringList textsOf(const QWidget& widget) {
+    QStringList texts;
+    for (const TextBlock* const block : widget.findChildren<TextBlock*>()) {
+        texts += block->toPlainText();
+    }
+    return texts;
+}
+
+/// An open window whose surroundings the test plays.
+class Window : public testing::Test, public World {
+protected:
+    void SetUp() override {
         window->show();
         window->activateWindow();
-        EXPECT_TRUE(eventually([this] {
+        ASSERT_TRUE(eventually([this] {
             QApplication::processEvents();
             return window->isActiveWindow();
         }));
     }
 
-    ~Window() { delete window; }
-
-    Window(const Window&) = delete;
-    Window& operator=(const Window&) = delete;
+    void TearDown() override { delete window; }
 
     /// Shows the diagnosis of a file.
-    void diagnose(QLDiagnosisReport result, const std::string& path = "/a.txt") {
-        report = std::move(result);
+    void diagnose(const QLDiagnosisReport& result, const std::string& path = "/a.txt") {
+        report = result;
         model().chooseFile(FileURL(path));
         settle();
         QApplication::processEvents();
+    }
+
+    /// Shows the diagnosis of a file that these claim.
+    void diagnose(const std::vector<QLExtensionRecord>& claimants) {
+        diagnose(claimedBy(claimants));
     }
 
     /// Shows these in the extensions tab.
     void list(std::vector<QLExtensionRecord> records) {
         report.records = std::move(records);
         window->content().setCurrentIndex(1);
-        window->content().extensionsView().model().reload();
+        extensions().reload();
         settle();
         QApplication::processEvents();
     }
 
     [[nodiscard]] RepairViewModel& model() const { return window->content().repairView().model(); }
 
+    [[nodiscard]] ExtensionsViewModel& extensions() const {
+        return window->content().extensionsView().model();
+    }
+
     [[nodiscard]] ClaimantTable& table() const { return inside<ClaimantTable>(*window); }
 
-    /// The button in sight with this text, or else this accessible name.
+    [[nodiscard]] ExtensionList& rows() const { return inside<ExtensionList>(*window); }
+
+    /// The buttons in sight with this text, or else this accessible name.
+    [[nodiscard]] QList<QPushButton*> buttons(const QString& text) const {
+        QList<QPushButton*> found = window->findChildren<QPushButton*>();
+        found.removeIf([&](const QPushButton* button) {
+            return !button->isVisible() ||
+                   (button->text().remove('&') != text && button->accessibleName() != text);
+        });
+        return found;
+    }
+
     [[nodiscard]] QPushButton& button(const QString& text) const {
-        for (QPushButton* const candidate : window->findChildren<QPushButton*>()) {
-            if (candidate->isVisible() && (QString(candidate->text()).remove('&') == text ||
-                                           candidate->accessibleName() == text)) {
-                return *candidate;
-            }
-        }
-        throw std::runtime_error("no button " + text.toStdString());
+        const QList<QPushButton*> found = buttons(text);
+        return found.isEmpty() ? throw std::runtime_error("no button " + text.toStdString())
+                               : *found.front();
+    }
+
+    /// The enabled ones among the buttons under the report.
+    [[nodiscard]] QStringList enabledButtons() const {
+        QStringList enabled = barTexts;
+        enabled.removeIf([this](const QString& text) { return !button(text).isEnabled(); });
+        return enabled;
     }
 
     /// The open dialog; null when there is none.
@@ -127,157 +150,149 @@ public:
         return nullptr;
     }
 
+    const QStringList barTexts{"Prefer this handler\u2026", "Undo last repair", "Refresh",
+                               "Open System Settings\u2026", "Copy report"};
     MainWindow* window = new MainWindow(services(), {});
 };
 
-QStringList textsOf(const QWidget& widget) {
-    QStringList texts;
-    for (const TextBlock* const block : widget.findChildren<TextBlock*>()) {
-        texts += block->toPlainText();
-    }
-    return texts;
-}
+class ExtensionsTab : public Window {};
 
-constexpr const char* barTexts[] = {"Prefer this handler\u2026", "Undo last repair", "Refresh",
-                                    "Open System Settings\u2026", "Copy report"};
-
-/// The enabled ones among the buttons under the report.
-QStringList enabledButtons(const Window& view) {
-    QStringList enabled;
-    for (const char* const text : barTexts) {
-        if (view.button(text).isEnabled()) {
-            enabled += text;
-        }
-    }
-    return enabled;
-}
-
-TEST(Window, OpensOnRepairAndNoSmallerThanItMayBe) {
-    const Window view;
-    EXPECT_EQ(view.window->size(), QSize(760, 560));
-    EXPECT_EQ(view.window->content().currentIndex(), 0);
-    EXPECT_EQ(view.window->minimumSize(), QSize(640, 520));
+TEST_F(Window, OpensOnRepairAndNoSmallerThanItMayBe) {
+    EXPECT_EQ(window->size(), QSize(760, 560));
+    EXPECT_EQ(window->content().currentIndex(), 0);
+    EXPECT_EQ(window->minimumSize(), QSize(640, 520));
     QStringList tabs;
-    for (int i = 0; i < view.window->content().count(); ++i) {
-        tabs += view.window->content().tabText(i);
+    for (int i = 0; i < window->content().count(); ++i) {
+        tabs += window->content().tabText(i);
     }
     EXPECT_EQ(tabs, QStringList({"Repair", "Extensions", "Help"}));
 }
 
-TEST(Window, NeedsNoMoreRoomForAnyReportAndMoreOnlyForALargeFont) {
-    Window view;
-    std::vector<QLClaimant> claimants(30, claimant("org." + std::string(3000, 'x')));
-    for (int i = 0; i < 200; ++i) {
-        claimants.front().allClaimedUTIs.push_back("org.type" + std::to_string(i));
-    }
-    view.window->resize(640, 520);
-    view.diagnose(reportOf(claimants), "/" + std::string(4000, 'p'));
-    EXPECT_EQ(view.window->size(), QSize(640, 520));
-    EXPECT_EQ(view.window->minimumSize(), QSize(640, 520));
+TEST_F(Window, NeedsNoMoreRoomForAnyReportAndMoreOnlyForALargeFont) {
+    auto large = claimedBy(std::vector(30, record("org." + std::string(3000, 'x'))));
+    large.claimants.front().allClaimedUTIs = Strings(200, "org.type");
+    large.verdict = composeVerdict(large.claimants, {});
+    window->resize(640, 520);
+    diagnose(large, "/" + std::string(4000, 'p'));
+    EXPECT_EQ(window->size(), QSize(640, 520));
+    EXPECT_EQ(window->minimumSize(), QSize(640, 520));
 
     const QFont before = QApplication::font();
-    QFont large = before;
-    large.setPointSizeF(before.pointSizeF() * 1.5);
-    QApplication::setFont(large);
+    QFont font = before;
+    font.setPointSizeF(before.pointSizeF() * 1.5);
+    QApplication::setFont(font);
     // Nothing beneath the report is cut off or lies over another thing.
     EXPECT_TRUE(eventually([&] {
         QApplication::processEvents();
         int right = 0;
-        for (const char* const text : barTexts) {
-            const QPushButton& button = view.button(text);
-            const int left = button.mapTo(view.window, QPoint()).x();
-            if (left <= right || button.width() < button.minimumSizeHint().width()) {
+        for (const QString& text : barTexts) {
+            const QPushButton& next = button(text);
+            const int left = next.mapTo(window, QPoint()).x();
+            if (left <= right || next.width() < next.minimumSizeHint().width()) {
                 return false;
             }
-            right = left + button.width();
+            right = left + next.width();
         }
-        return right < view.window->width();
+        return right < window->width();
     }));
     QApplication::setFont(before);
 }
 
-TEST(Window, EnablesWhatTheStateAllows) {
-    Window view;
-    using Buttons = QStringList;
+TEST_F(Window, EnablesWhatTheStateAllows) {
     const QString prefer = "Prefer this handler\u2026";
+    const QString undo = "Undo last repair";
     const QString settings = "Open System Settings\u2026";
-    EXPECT_EQ(enabledButtons(view), Buttons({"Refresh", settings}));
-    view.report = reportOf({claimant("a.a"), claimant("b.b", ignored)});
-    view.model().chooseFile(FileURL("/a"));
-    EXPECT_EQ(enabledButtons(view), Buttons({settings}));
-    view.settle();
-    EXPECT_EQ(enabledButtons(view), Buttons({"Refresh", settings, "Copy report"}));
-    view.table().selectRow(1);
-    EXPECT_EQ(enabledButtons(view), Buttons({prefer, "Refresh", settings, "Copy report"}));
-    view.model().confirmPrefer(view.report.claimants.back().record);
-    view.settle();
-    EXPECT_EQ(enabledButtons(view),
-              Buttons({prefer, "Undo last repair", "Refresh", settings, "Copy report"}));
-    view.diagnose(reportOf({claimant("a.a")}));
-    EXPECT_EQ(enabledButtons(view),
-              Buttons({"Undo last repair", "Refresh", settings, "Copy report"}));
+    const QString copy = "Copy report";
+    EXPECT_EQ(enabledButtons(), QStringList({"Refresh", settings}));
+    report = claimedBy({record("a.a"), record("b.b", ignored)});
+    model().chooseFile(FileURL("/a"));
+    EXPECT_EQ(enabledButtons(), QStringList({settings}));
+    settle();
+    EXPECT_EQ(enabledButtons(), QStringList({"Refresh", settings, copy}));
+    table().selectRow(1);
+    EXPECT_EQ(enabledButtons(), QStringList({prefer, "Refresh", settings, copy}));
+    model().confirmPrefer(report.records.back());
+    settle();
+    EXPECT_EQ(enabledButtons(), QStringList({prefer, undo, "Refresh", settings, copy}));
+    diagnose({record("a.a")});
+    EXPECT_EQ(enabledButtons(), QStringList({undo, "Refresh", settings, copy}));
 }
 
-TEST(Window, ShowsTextFromOutsideAsItIs) {
-    Window view;
+TEST_F(Window, ShowsTextFromOutsideAsItIs) {
     const std::string name = "org.<b>x</b><img src=\"/etc/passwd\">&amp;";
     const QString shownName = displayText(name);
-    QLDiagnosisReport report = reportOf({claimant(name), claimant("org.b")});
+    report = claimedBy({record(name), record("org.b")});
+    report.verdict = composeVerdict(report.claimants, {});
     report.fetchError = name;
-    view.diagnose(report, "/" + name);
-    const QStringList texts = textsOf(*view.window);
+    diagnose(report, "/" + name);
+    const QStringList texts = textsOf(*window);
     EXPECT_TRUE(texts.contains("Couldn't read the Quick Look extension inventory: " + shownName));
     EXPECT_TRUE(texts.contains(displayText(report.verdict)));
-    EXPECT_EQ(view.table().model()->index(0, 1).data(), shownName);
-    for (const QLabel* const label : view.window->findChildren<QLabel*>()) {
+    EXPECT_EQ(table().model()->index(0, 1).data(), shownName);
+    for (const QLabel* const label : window->findChildren<QLabel*>()) {
         EXPECT_EQ(label->textFormat(), label->pixmap().isNull() ? Qt::PlainText : Qt::AutoText);
     }
-    const QString toolTip = view.table().model()->index(0, 1).data(Qt::ToolTipRole).toString();
+    const QString toolTip = table().model()->index(0, 1).data(Qt::ToolTipRole).toString();
     EXPECT_FALSE(toolTip.contains("<img")) << "a tool tip is markup whose text is escaped";
     EXPECT_TRUE(toolTip.contains(shownName.left(8).toHtmlEscaped()));
 
-    view.model().select(name);
-    view.model().openPreferSheet();
-    ASSERT_NE(view.dialog(), nullptr);
-    EXPECT_EQ(textsOf(*view.dialog()).front(), "Prefer " + shownName + "?");
-    view.model().cancelPrefer();
-    view.report.fetchError.reset();
-    view.list({{name, unmarked, {}, {}}});
-    view.button("Ignore " + shownName).click();
-    ASSERT_NE(view.dialog(), nullptr);
-    EXPECT_EQ(textsOf(*view.dialog()),
-              QStringList({"Ignore " + shownName + "?", "Quick Look previews will no longer use " +
-                                                            shownName +
-                                                            " for any file type it supports."}));
+    model().select(name);
+    model().openPreferSheet();
+    ASSERT_NE(dialog(), nullptr);
+    EXPECT_EQ(textsOf(*dialog()).front(), "Prefer " + shownName + "?");
+    model().cancelPrefer();
+    report.fetchError.reset();
+    list({{name, unmarked, {}, {}}});
+    button("Ignore " + shownName).click();
+    ASSERT_NE(dialog(), nullptr);
+    EXPECT_EQ(textsOf(*dialog()), QStringList({"Ignore " + shownName + "?",
+                                               "Quick Look previews will no longer use " +
+                                                   shownName + " for any file type it supports."}));
     // What would turn our own sentences around is not let through.
     EXPECT_EQ(displayText("a\u202Eb"), QString("a\uFFFDb"));
 }
 
-TEST(Window, AsksBeforeItPrefers) {
-    Window view;
-    std::vector<QLClaimant> claimants{claimant("com.panic.Nova.NovaQuickLookPreview")};
-    for (int i = 0; i < 100; ++i) {
-        claimants.push_back(claimant("org.peer" + std::to_string(i)));
+TEST_F(Window, ShortensTextThatWouldHoldItUp) {
+    std::string text(4000, 'x');
+    EXPECT_EQ(displayText(text).toStdString(), text);
+    text += text;
+    for (const std::string_view character : {"\u00fc", "\u4e2d", "\U0001f600"}) {
+        // Wherever the cuts are, they are between two characters.
+        for (std::size_t first = 2997; first <= 3000; ++first) {
+            text.replace(first, character.size(), character);
+            text.replace(first + 4000, character.size(), character);
+            const QString shown = displayText(text);
+            EXPECT_TRUE(shown.size() < 4010 && shown.contains(" \u2026 "));
+            EXPECT_FALSE(shown.contains(QChar::ReplacementCharacter));
+            text = std::string(8000, 'x');
+        }
     }
-    view.diagnose(reportOf(claimants));
-    view.table().selectRow(1);
+    report.fetchError = text;
+    diagnose(report);
+    EXPECT_LT(textsOf(*window).join("").size(), 5000);
+}
 
-    struct Case {
-        int key;
-        std::size_t commandCount;
-    };
-
-    for (const Case& one : {Case{Qt::Key_Escape, 0}, Case{Qt::Key_Return, 102}}) {
-        view.button("Prefer this handler\u2026").click();
-        QDialog* const sheet = view.dialog();
+TEST_F(Window, AsksBeforeItPrefers) {
+    std::vector<QLExtensionRecord> claimants = manyRecords(100);
+    claimants.insert(claimants.begin(), record("com.panic.Nova.NovaQuickLookPreview"));
+    diagnose(claimants);
+    table().selectRow(1);
+    for (const auto& [key, commandCount] :
+         {std::pair(Qt::Key_Escape, 0U), {Qt::Key_Return, 102U}}) {
+        button("Prefer this handler\u2026").click();
+        QDialog* const sheet = dialog();
         ASSERT_NE(sheet, nullptr);
         EXPECT_EQ(sheet->windowModality(), Qt::WindowModal);
         EXPECT_TRUE(sheet->width() >= 420 && sheet->width() <= 520);
         const QStringList texts = textsOf(*sheet);
-        EXPECT_EQ(texts.at(0), "Prefer org.peer0?");
+        EXPECT_EQ(texts.at(0), "Prefer org.e0?");
         EXPECT_TRUE(texts.at(2).startsWith("com.panic.Nova.NovaQuickLookPreview\nNova's"));
-        EXPECT_TRUE(texts.at(2).endsWith("org.peer99"));
+        EXPECT_TRUE(texts.at(2).endsWith("org.e99"));
         for (const TextBlock* const block : sheet->findChildren<TextBlock*>()) {
+            EXPECT_TRUE(eventually([&] {
+                QApplication::processEvents();
+                return block->height() == block->heightForWidth(block->width());
+            })) << "the layout settles";
             EXPECT_LE(block->height(), 220);
             EXPECT_TRUE(sheet->rect().contains(block->geometry()));
         }
@@ -285,65 +300,62 @@ TEST(Window, AsksBeforeItPrefers) {
             EXPECT_TRUE(sheet->rect().contains(button->geometry()));
             EXPECT_EQ(button->isDefault(), button->text() == "Confirm");
         }
-        sendKey(sheet->focusWidget(), one.key);
-        view.settle();
-        EXPECT_EQ(view.dialog(), nullptr);
-        EXPECT_EQ(view.commands.size(), one.commandCount);
+        sendKey(sheet->focusWidget(), key);
+        settle();
+        EXPECT_EQ(dialog(), nullptr);
+        EXPECT_EQ(commands.size(), commandCount);
     }
 }
 
-TEST(Window, KeepsTheSheetClosableWhenItsClaimantIsGone) {
-    Window view;
-    view.diagnose(reportOf({claimant("a.a"), claimant("b.b")}));
-    view.table().selectRow(0);
-    view.button("Prefer this handler\u2026").click();
-    view.diagnose(reportOf({claimant("b.b")}));
-    ASSERT_NE(view.dialog(), nullptr);
-    EXPECT_EQ(textsOf(*view.dialog()), QStringList());
-    sendKey(view.dialog(), Qt::Key_Escape);
-    EXPECT_EQ(view.dialog(), nullptr);
-    EXPECT_FALSE(view.model().state().showPreferSheet);
+TEST_F(Window, KeepsTheSheetClosableWhenItsClaimantIsGone) {
+    diagnose({record("a.a"), record("b.b")});
+    table().selectRow(0);
+    button("Prefer this handler\u2026").click();
+    diagnose({record("b.b")});
+    ASSERT_NE(dialog(), nullptr);
+    EXPECT_EQ(textsOf(*dialog()), QStringList());
+    sendKey(dialog(), Qt::Key_Escape);
+    EXPECT_EQ(dialog(), nullptr);
+    EXPECT_FALSE(model().state().showPreferSheet);
 }
 
-TEST(Window, ShowsOneAlertAsLongAsThereIsAMessage) {
-    Window view;
-    view.failing = {"use a.a", "use b.b"};
-    view.diagnose(reportOf({claimant("a.a"), claimant("b.b")}));
-    const auto fail = [&](int row) {
-        view.model().confirmPrefer(view.report.claimants.at(static_cast<std::size_t>(row)).record);
-        view.settle();
+TEST_F(Window, ShowsOneAlertAsLongAsThereIsAMessage) {
+    failing = {"use a.a", "use b.b"};
+    diagnose({record("a.a"), record("b.b")});
+    const auto fail = [&](const std::string& bundleID) {
+        model().confirmPrefer(record(bundleID));
+        settle();
     };
-    fail(0);
-    QDialog* const alert = view.dialog();
+    fail("a.a");
+    QDialog* const alert = dialog();
     ASSERT_NE(alert, nullptr);
     EXPECT_EQ(textsOf(*alert), QStringList({"Peekmend", "Couldn't apply repair: no\n"}));
-    fail(1);
-    EXPECT_EQ(view.dialog(), alert) << "a new message uses the open alert";
+    fail("b.b");
+    EXPECT_EQ(dialog(), alert) << "a new message uses the open alert";
     sendKey(alert, Qt::Key_Escape);
-    EXPECT_EQ(view.dialog(), nullptr);
-    EXPECT_EQ(view.model().state().errorMessage, std::nullopt);
-    fail(0);
-    EXPECT_NE(view.dialog(), nullptr);
-    view.model().refresh();
-    EXPECT_EQ(view.dialog(), nullptr) << "a new diagnosis takes the message away";
-    view.settle();
+    EXPECT_EQ(dialog(), nullptr);
+    EXPECT_EQ(model().state().errorMessage, std::nullopt);
+    fail("a.a");
+    EXPECT_NE(dialog(), nullptr);
+    model().refresh();
+    EXPECT_EQ(dialog(), nullptr) << "a new diagnosis takes the message away";
+    settle();
 }
 
-TEST(Window, TakesTheFirstOfThreeDroppedFiles) {
-    Window view;
+TEST_F(Window, TakesTheFirstOfThreeDroppedFiles) {
     QMimeData data;
     data.setData("text/uri-list", "# three\r\nfile:///a%FF.txt\r\nfile:///b\r\nfile:///c\r\n");
-    auto& zone = inside<DropZone>(*view.window);
+    auto& zone = inside<DropZone>(*window);
     QDragEnterEvent enter({1, 1}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
     QApplication::sendEvent(&zone, &enter);
     EXPECT_TRUE(enter.isAccepted());
-    EXPECT_TRUE(view.model().state().isDropTargeted);
+    EXPECT_TRUE(model().state().isDropTargeted);
     QDropEvent drop({1, 1}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
     QApplication::sendEvent(&zone, &drop);
     EXPECT_TRUE(drop.isAccepted());
-    EXPECT_FALSE(view.model().state().isDropTargeted);
-    view.settle();
-    EXPECT_EQ(view.diagnosed, std::vector<std::string>{"/a\xFF.txt"});
+    EXPECT_FALSE(model().state().isDropTargeted);
+    settle();
+    EXPECT_EQ(diagnosed, std::vector<std::string>{"/a\xFF.txt"});
 
     QMimeData text;
     text.setText("file:///not/a/file/but/a/text");
@@ -351,33 +363,30 @@ TEST(Window, TakesTheFirstOfThreeDroppedFiles) {
     other.ignore();
     QApplication::sendEvent(&zone, &other);
     EXPECT_FALSE(other.isAccepted());
-    EXPECT_FALSE(view.model().state().isDropTargeted);
+    EXPECT_FALSE(model().state().isDropTargeted);
 }
 
-TEST(Window, MovesThroughRowsOfOneIdentityWithTheKeyboard) {
-    Window view;
-    view.diagnose(reportOf({claimant("a.a"), claimant("a.a"), claimant("b.b")}));
-    ClaimantTable& table = view.table();
-    const auto selectedRow = [&] { return table.selectionModel()->selectedRows().front().row(); };
-    table.setFocus();
+TEST_F(Window, MovesThroughRowsOfOneIdentityWithTheKeyboard) {
+    diagnose({record("a.a"), record("a.a"), record("b.b")});
+    const auto selectedRow = [&] { return table().selectionModel()->selectedRows().front().row(); };
+    table().setFocus();
     // The second of the two makes the first the selected claimant, but is no dead end.
     for (const int row : {0, 0, 2}) {
-        sendKey(&table, Qt::Key_Down);
+        sendKey(&table(), Qt::Key_Down);
         EXPECT_EQ(selectedRow(), row);
     }
     // A new report with another row in front keeps the claimant, not the row.
-    view.diagnose(reportOf({claimant("c.c"), claimant("b.b")}));
-    EXPECT_EQ(view.model().state().selectedClaimantID, std::nullopt) << "another file";
-    view.model().select("b.b");
+    diagnose({record("c.c"), record("b.b")});
+    EXPECT_EQ(model().state().selectedClaimantID, std::nullopt) << "another file";
+    model().select("b.b");
     EXPECT_EQ(selectedRow(), 1);
-    sendKey(&table, Qt::Key_C, Qt::ControlModifier);
-    view.window->menuBar()->actions().at(2)->menu()->actions().front()->trigger();
+    sendKey(&table(), Qt::Key_C, Qt::ControlModifier);
+    window->menuBar()->actions().at(2)->menu()->actions().front()->trigger();
     EXPECT_EQ(QApplication::clipboard()->text(), "unmarked\tb.b\t1.0\t\u2014");
 }
 
-TEST(Window, FollowsTheThemeWhileItIsOpen) {
-    Window view;
-    view.diagnose(reportOf({claimant("a.a")}));
+TEST_F(Window, FollowsTheThemeWhileItIsOpen) {
+    diagnose({record("a.a")});
     const QPalette before = QApplication::palette();
     QPalette dark = before;
     for (const auto role : {QPalette::Window, QPalette::Base}) {
@@ -388,7 +397,7 @@ TEST(Window, FollowsTheThemeWhileItIsOpen) {
     }
     QApplication::setPalette(dark);
     QApplication::processEvents();
-    for (const QWidget* const child : view.window->findChildren<QWidget*>()) {
+    for (const QWidget* const child : window->findChildren<QWidget*>()) {
         if (dynamic_cast<const Label*>(child) != nullptr ||
             dynamic_cast<const TextBlock*>(child) != nullptr) {
             EXPECT_GT(child->palette().color(QPalette::Text).lightness(), 127);
@@ -397,73 +406,52 @@ TEST(Window, FollowsTheThemeWhileItIsOpen) {
     QApplication::setPalette(before);
 }
 
-TEST(Window, SaysItsStatesAndButtonsInWords) {
-    Window view;
-    view.diagnose(reportOf({claimant("a.a", enabled), claimant("b.b", ignored), claimant("c.c")}));
+TEST_F(Window, SaysItsStatesAndButtonsInWords) {
+    diagnose({record("a.a", enabled), record("b.b", ignored), record("c.c")});
     const auto name = [](QObject* object) {
         return QAccessible::queryAccessibleInterface(object)->text(QAccessible::Name);
     };
     for (const auto& [row, word] : {std::pair(0, "enabled"), {1, "ignored"}, {2, "unmarked"}}) {
-        EXPECT_EQ(view.table().model()->index(row, 0).data(Qt::AccessibleTextRole), word);
+        EXPECT_EQ(table().model()->index(row, 0).data(Qt::AccessibleTextRole), word);
     }
-    view.list({{"a.a", enabled, "1.0", "/A"}, {"a.a", ignored, "1.0", "/B"}});
-    for (QPushButton* const button : view.window->findChildren<QPushButton*>()) {
+    list({{"a.a", enabled, "1.0", "/A"}, {"a.a", ignored, "1.0", "/B"}});
+    for (QPushButton* const button : window->findChildren<QPushButton*>()) {
         const QString text = button->text().remove('&');
         EXPECT_TRUE(name(button).startsWith(text)) << text.toStdString();
     }
-    QStringList rows;
-    for (QWidget* const child : inside<ExtensionList>(*view.window)
-                                    .viewport()
-                                    ->findChildren<QWidget*>(Qt::FindDirectChildrenOnly)) {
-        if (child->isVisible()) {
-            rows += name(child);
+    QStringList names;
+    for (QWidget* const row :
+         rows().viewport()->findChildren<QWidget*>(Qt::FindDirectChildrenOnly)) {
+        if (row->isVisible()) {
+            names += name(row);
         }
     }
-    EXPECT_EQ(rows, QStringList({"a.a, enabled", "a.a, ignored"}));
+    EXPECT_EQ(names, QStringList({"a.a, enabled", "a.a, ignored"}));
 }
 
-std::vector<QLExtensionRecord> manyRecords(int count) {
-    std::vector<QLExtensionRecord> records;
-    for (int i = 0; i < count; ++i) {
-        records.push_back({"org.e" + std::to_string(i), unmarked, "1.0", "/p" + std::to_string(i)});
-    }
-    return records;
-}
-
-TEST(ExtensionsTab, LoadsEachTimeItAppears) {
-    Window view;
-    view.report.records = {{"a.a", unmarked, {}, {}}};
+TEST_F(ExtensionsTab, LoadsEachTimeItAppears) {
+    report = claimedBy({record("a.a")});
     for (const std::size_t loads : {1U, 2U}) {
-        view.window->content().setCurrentIndex(1);
-        EXPECT_FALSE(view.button("Refresh").isEnabled());
-        view.settle();
-        EXPECT_EQ(view.diagnosed.size(), loads);
-        view.window->content().setCurrentIndex(2);
+        window->content().setCurrentIndex(1);
+        EXPECT_FALSE(button("Refresh").isEnabled());
+        settle();
+        EXPECT_EQ(diagnosed.size(), loads);
+        window->content().setCurrentIndex(2);
     }
 }
 
-TEST(ExtensionsTab, ActsOnTheRecordThatARowShows) {
-    Window view;
-    view.list({{"a.a", unmarked, "1", "/first"}, {"a.a", ignored, "2", "/second"}});
-    QList<QPushButton*> uses;
-    for (QPushButton* const button : view.window->findChildren<QPushButton*>()) {
-        if (button->accessibleName() == "Use a.a" && button->isVisible()) {
-            uses += button;
-        }
-    }
-    ASSERT_EQ(uses.size(), 2);
-    uses.back()->click();
-    view.settle();
-    EXPECT_EQ(view.window->content().extensionsView().model().state().undoSnapshot->states,
-              (std::map<std::string, QLRegistrationState>{{"a.a", ignored}}));
+TEST_F(ExtensionsTab, ActsOnTheRecordThatARowShows) {
+    list({{"a.a", unmarked, "1", "/first"}, {"a.a", ignored, "2", "/second"}});
+    ASSERT_EQ(buttons("Use a.a").size(), 2);
+    buttons("Use a.a").back()->click();
+    settle();
+    EXPECT_EQ(states(extensions().state().undoSnapshot), (States{{"a.a", ignored}}));
 }
 
-TEST(ExtensionsTab, HoldsThousandsInAFewRowsThatTheKeyboardMovesThrough) {
-    Window view;
-    view.list(manyRecords(2000));
-    EXPECT_LT(view.window->findChildren<QPushButton*>().size(), 120);
-    view.button("Use org.e0").setFocus();
-    const auto focusedName = [] { return QApplication::focusWidget()->accessibleName(); };
+TEST_F(ExtensionsTab, HoldsThousandsInAFewRowsThatTheKeyboardMovesThrough) {
+    list(manyRecords(2000));
+    EXPECT_LT(window->findChildren<QPushButton*>().size(), 120);
+    button("Use org.e0").setFocus();
     const std::pair<int, const char*> steps[] = {
         {Qt::Key_Down, "Use org.e1"},    {Qt::Key_Right, "Ignore org.e1"},
         {Qt::Key_Down, "Ignore org.e2"}, {Qt::Key_Up, "Ignore org.e1"},
@@ -483,28 +471,25 @@ TEST(ExtensionsTab, HoldsThousandsInAFewRowsThatTheKeyboardMovesThrough) {
     sendKey(QApplication::focusWidget(), Qt::Key_Tab);
     EXPECT_EQ(focusedName(), QString("Ignore org.e%1").arg(page));
     sendKey(QApplication::focusWidget(), Qt::Key_Tab);
-    EXPECT_FALSE(inside<ExtensionList>(*view.window).isAncestorOf(QApplication::focusWidget()));
+    EXPECT_FALSE(rows().isAncestorOf(QApplication::focusWidget()));
 }
 
-TEST(ExtensionsTab, NeverLeavesTheFocusOnAnotherRecord) {
-    Window view;
-    view.list(manyRecords(2000));
-    view.button("Use org.e0").setFocus();
-    auto& list = inside<ExtensionList>(*view.window);
+TEST_F(ExtensionsTab, NeverLeavesTheFocusOnAnotherRecord) {
+    list(manyRecords(2000));
+    button("Use org.e0").setFocus();
     for (int position = 0; position < 4000; position += 7) {
-        list.verticalScrollBar()->setValue(position);
-        ASSERT_TRUE(list.hasFocus() ||
-                    QApplication::focusWidget()->accessibleName() == "Use org.e0");
+        rows().verticalScrollBar()->setValue(position);
+        ASSERT_TRUE(rows().hasFocus() || focusedName() == "Use org.e0");
     }
-    EXPECT_TRUE(list.hasFocus());
-    sendKey(&list, Qt::Key_Space);
-    sendKey(&list, Qt::Key_Down);
-    EXPECT_TRUE(QApplication::focusWidget()->accessibleName().startsWith("Use org.e"));
-    EXPECT_TRUE(view.commands.empty());
+    EXPECT_TRUE(rows().hasFocus());
+    sendKey(&rows(), Qt::Key_Space);
+    sendKey(&rows(), Qt::Key_Down);
+    EXPECT_TRUE(focusedName().startsWith("Use org.e"));
+    EXPECT_TRUE(commands.empty());
 
     // A press that began on one record is no click on the one that a reload has put there.
-    list.verticalScrollBar()->setValue(0);
-    QPushButton& pressed = view.button("Use org.e1");
+    rows().verticalScrollBar()->setValue(0);
+    QPushButton& pressed = button("Use org.e1");
     const auto sendMouse = [&](QEvent::Type type, Qt::MouseButtons buttons) {
         const QPointF place = pressed.rect().center();
         QMouseEvent event(type, place, pressed.mapToGlobal(place), Qt::LeftButton, buttons,
@@ -516,40 +501,38 @@ TEST(ExtensionsTab, NeverLeavesTheFocusOnAnotherRecord) {
         meanwhile();
         sendMouse(QEvent::MouseMove, Qt::LeftButton);
         sendMouse(QEvent::MouseButtonRelease, Qt::NoButton);
-        view.settle();
-        return view.commands;
+        settle();
+        return commands;
     };
     auto records = manyRecords(2000);
     records.erase(records.begin());
-    EXPECT_EQ(clickOver([&] { view.list(records); }), Strings());
+    EXPECT_EQ(clickOver([&] { list(records); }), Strings());
     EXPECT_EQ(clickOver([] {}), Strings({"use org.e2", "restart"}));
 }
 
-TEST(ExtensionsTab, KeepsFocusAndPlaceOverAReload) {
-    Window view;
+TEST_F(ExtensionsTab, KeepsFocusAndPlaceOverAReload) {
     auto records = manyRecords(500);
-    view.list(records);
-    auto& list = inside<ExtensionList>(*view.window);
-    list.verticalScrollBar()->setValue(1000);
-    const int index = (1000 / view.button("Use org.e30").parentWidget()->height()) + 2;
-    view.button(QString("Use org.e%1").arg(index)).setFocus();
+    list(records);
+    rows().verticalScrollBar()->setValue(1000);
+    const int index = (1000 / button("Use org.e30").parentWidget()->height()) + 2;
+    button(QString("Use org.e%1").arg(index)).setFocus();
     // The focused button becomes one that changes nothing.
     records.at(static_cast<std::size_t>(index)).state = enabled;
-    view.list(records);
-    EXPECT_EQ(list.verticalScrollBar()->value(), 1000);
+    list(records);
+    EXPECT_EQ(rows().verticalScrollBar()->value(), 1000);
     // It keeps the focus, so that a second press of the key does nothing else.
-    EXPECT_EQ(QApplication::focusWidget()->accessibleName(), QString("Use org.e%1").arg(index));
+    EXPECT_EQ(focusedName(), QString("Use org.e%1").arg(index));
     sendKey(QApplication::focusWidget(), Qt::Key_Space);
     sendKey(QApplication::focusWidget(), Qt::Key_Tab);
-    EXPECT_EQ(QApplication::focusWidget()->accessibleName(), QString("Default org.e%1").arg(index));
-    view.button("Refresh").setFocus();
+    EXPECT_EQ(focusedName(), QString("Default org.e%1").arg(index));
+    button("Refresh").setFocus();
     for (int presses = 0; presses < 2; ++presses) {
         sendKey(QApplication::focusWidget(), Qt::Key_Space);
-        EXPECT_TRUE(view.button("Refresh").hasFocus() && !view.button("Refresh").isEnabled());
+        EXPECT_TRUE(button("Refresh").hasFocus() && !button("Refresh").isEnabled());
     }
-    view.settle();
-    EXPECT_TRUE(view.button("Refresh").hasFocus() && view.button("Refresh").isEnabled());
-    EXPECT_TRUE(view.commands.empty());
+    settle();
+    EXPECT_TRUE(button("Refresh").hasFocus() && button("Refresh").isEnabled());
+    EXPECT_TRUE(commands.empty());
 }
 
 TEST(Program, TellsOfARepairThatFailsAfterItsWindowIsGoneAndThenEnds) {
@@ -578,7 +561,8 @@ TEST(Program, TellsOfARepairThatFailsAfterItsWindowIsGoneAndThenEnds) {
         QApplication::processEvents();
         for (QWidget* const widget : QApplication::topLevelWidgets()) {
             if (auto* const alert = dynamic_cast<Alert*>(widget);
-                alert != nullptr && textsOf(*alert).last().startsWith("Couldn't update")) {
+                alert != nullptr && alert->isVisible() &&
+                textsOf(*alert).last().startsWith("Couldn't update")) {
                 notice = alert;
             }
         }

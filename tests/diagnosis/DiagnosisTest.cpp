@@ -4,6 +4,8 @@
 #include "diagnosis/TypeTree.h"
 #include "support/Support.h"
 
+#include <tuple>
+
 namespace peekmend::test {
 namespace {
 
@@ -13,6 +15,10 @@ using Texts = std::vector<std::string>;
 const std::string noClaimantVerdict =
     "No registered Quick Look extension claims this file's type; macOS is likely using its "
     "built-in system fallback preview.";
+
+const std::string novaNote =
+    "Nova's Quick Look plugin provides syntax-highlighted previews for every source code and "
+    "config file type Nova supports; ignoring it disables those previews too, not just this one.";
 
 class FakeTypes : public TypeDatabase {
 public:
@@ -91,16 +97,9 @@ TEST(Verdict, SaysWhatTheSystemWillDo) {
     const std::string conflict = "this is a conflict. Use Prefer to pick one and ignore the rest.";
     const std::string stale = " appear to be registered from a stale (non-/Applications) location; "
                               "reinstalling to /Applications may fix registration issues.";
-    const std::string fallback =
-        "are ignored; macOS is likely using its built-in system fallback preview.";
     const std::string only =
         " is the only active claimant and is likely handling previews for this file.";
-
-    const struct {
-        std::vector<QLClaimant> claimants;
-        Texts active;
-        std::string verdict;
-    } cases[] = {
+    const std::tuple<std::vector<QLClaimant>, Texts, std::string> cases[] = {
         {{}, {"A"}, noClaimantVerdict},
         {{claimant("A", enabled, app), claimant("B", enabled, app)},
          {"A"},
@@ -117,12 +116,12 @@ TEST(Verdict, SaysWhatTheSystemWillDo) {
          "B is currently serving the open preview. A" + only},
         {{claimant("A", ignored), claimant("B", ignored), claimant("C", ignored)},
          {"X"},
-         "All 3 claimant(s) for this file type " + fallback},
+         "All 3 claimant(s) for this file type are ignored; macOS is likely using its built-in "
+         "system fallback preview."},
         {{claimant("A", enabled, "/x"), claimant("A", unmarked, app), claimant("B", ignored, "/y")},
          {},
          "Multiple extensions can preview this file (A, A); " + conflict + " A, B" + stale},
     };
-
     for (const auto& [claimants, active, verdict] : cases) {
         EXPECT_EQ(composeVerdict(claimants, active), verdict);
     }
@@ -143,14 +142,10 @@ TEST(Notes, CaveatsStandForFourExtensionsAlone) {
     const std::string highland =
         "Highland's Quick Look plugin also previews Fountain screenplay files (and Textbundle); "
         "ignoring it disables previews for those file types too, not just this one.";
-    const std::string nova =
-        "Nova's Quick Look plugin provides syntax-highlighted previews for every source code and "
-        "config file type Nova supports; ignoring it disables those previews too, not just this "
-        "one.";
     EXPECT_EQ(extensionNote("com.quoteunquoteapps.highland.pro.qlplugin"), highland);
     EXPECT_EQ(extensionNote("com.quoteunquoteapps.highland2.qlplugin"), highland);
-    EXPECT_EQ(extensionNote("com.panic.Nova.NovaQuickLookPreview"), nova);
-    EXPECT_EQ(extensionNote("com.panic.Nova.QuickLookPreviewExtension"), nova);
+    EXPECT_EQ(extensionNote("com.panic.Nova.NovaQuickLookPreview"), novaNote);
+    EXPECT_EQ(extensionNote("com.panic.Nova.QuickLookPreviewExtension"), novaNote);
     EXPECT_EQ(extensionNote("com.panic.nova.QuickLookPreviewExtension"), std::nullopt);
 }
 
@@ -187,26 +182,12 @@ TEST_F(Diagnosis, ProbesNothingWithoutAFile) {
     inventory.listing = "+a.a(1)\t/A.appex";
     const auto report = DiagnosisEngine(inventory, types).diagnose({});
     EXPECT_EQ(report.records.size(), 1U);
-    EXPECT_EQ(report.activeHandler, std::nullopt);
     EXPECT_EQ(DiagnosticReportWriter::reportText(report),
               "Peekmend Diagnostic Report\n====================================\n\nVerdict:\n" +
                   noClaimantVerdict +
                   "\n\nClaimants: none\n\nActive handler probe:\n  Not probed (no file selected)."
                   "\n\nRaw pluginkit output:\n+a.a(1)\t/A.appex");
     EXPECT_FALSE(std::filesystem::exists(previewOpened));
-}
-
-TEST_F(Diagnosis, GoesOnWhenTheInventoryCannotBeRead) {
-    inventory.listing = std::unexpected(Error{"PlugInKitClient", 1, "no\n"});
-    types.type = UniformType{"own", {}};
-    const auto report = DiagnosisEngine(inventory, types).diagnose(FileURL("/f"));
-    EXPECT_EQ(report.fetchError, "no\n");
-    EXPECT_EQ(report.rawPluginkit, "");
-    EXPECT_TRUE(report.records.empty());
-    EXPECT_EQ(report.typeTree, Texts{"own"});
-    EXPECT_EQ(report.verdict, noClaimantVerdict);
-    EXPECT_EQ(report.activeHandler,
-              (ActiveHandlerProbeResult{{}, {"/A.appex", "/B.appex/b"}, true}));
 }
 
 TEST(Report, PrintsEverythingInItsPlace) {
@@ -239,31 +220,28 @@ TEST(Report, PrintsEverythingInItsPlace) {
               "  [-] com.panic.Nova.NovaQuickLookPreview ()\n"
               "      path: /opt/N.appex [stale]\n"
               "      other types: a\n"
-              "      note: Nova's Quick Look plugin provides syntax-highlighted previews for every "
-              "source code and config file type Nova supports; ignoring it disables those previews "
-              "too, not just this one.\n"
-              "  [?] com.example.bare\n"
-              "\n"
-              "Active handler probe:\n"
-              "  Serving preview: one, two\n"
-              "\n"
-              "Raw pluginkit output:\n"
-              "  first \n\nlast");
+              "      note: " +
+                  novaNote +
+                  "\n"
+                  "  [?] com.example.bare\n"
+                  "\n"
+                  "Active handler probe:\n"
+                  "  Serving preview: one, two\n"
+                  "\n"
+                  "Raw pluginkit output:\n"
+                  "  first \n\nlast");
 }
 
 TEST(Report, NamesWhatIsMissing) {
-    QLDiagnosisReport report;
-    const auto ends = [&](std::string_view end) {
-        return DiagnosticReportWriter::reportText(report).ends_with("\nRaw pluginkit output:\n" +
-                                                                    std::string(end));
-    };
-    EXPECT_TRUE(DiagnosticReportWriter::reportText(report).contains("\nVerdict:\n(no verdict)\n"));
-    EXPECT_TRUE(ends("(empty)"));
-    report.rawPluginkit = "\n\n";
-    EXPECT_TRUE(ends(""));
-    report.fetchError = "bad\n";
-    EXPECT_TRUE(ends("(fetch failed: bad\n)"));
     using DiagnosticReportWriter::probeLines;
+    using DiagnosticReportWriter::reportText;
+    QLDiagnosisReport report;
+    EXPECT_TRUE(reportText(report).contains("\nVerdict:\n(no verdict)\n"));
+    EXPECT_TRUE(reportText(report).ends_with("\nRaw pluginkit output:\n(empty)"));
+    report.rawPluginkit = "\n\n";
+    EXPECT_TRUE(reportText(report).ends_with("\nRaw pluginkit output:\n"));
+    report.fetchError = "bad\n";
+    EXPECT_TRUE(reportText(report).ends_with("\n(fetch failed: bad\n)"));
     EXPECT_EQ(probeLines(ActiveHandlerProbeResult{}), Texts{"  Probe invocation failed."});
     EXPECT_EQ(probeLines(ActiveHandlerProbeResult{{}, {"/x"}, true}),
               Texts{"  No extension process seen (system fallback or probe missed)."});
