@@ -12,8 +12,6 @@
 #include <chrono>
 #include <cstdint>
 #include <cstdlib>
-#include <filesystem>
-#include <system_error>
 #include <thread>
 
 namespace peekmend {
@@ -47,22 +45,6 @@ void syncFolderOf(const std::string& path) {
     if (directory) {
         ::fsync(directory.get());
     }
-}
-
-/// Where the link at `path` leads, whether something stands there or not; `path` itself when it is
-/// no link. People keep such files elsewhere and link to them.
-std::string behindLinks(const std::string& path) {
-    constexpr int longestChain = 40;
-    std::filesystem::path target(path);
-    std::error_code isNoLink;
-    for (int length = 0; length < longestChain; ++length) {
-        const auto next = std::filesystem::read_symlink(target, isNoLink);
-        if (isNoLink) {
-            return target.string();
-        }
-        target = target.parent_path() / next;
-    }
-    return path;
 }
 
 } // namespace
@@ -178,28 +160,26 @@ std::expected<FileDescriptor, Error> lockFile(const std::string& path) {
 
 std::expected<void, Error> replaceFile(const std::string& path, std::string_view bytes) {
     constexpr std::string_view what = "Couldn't write";
-    const std::string target = behindLinks(path);
     // One name is enough under the lock; what stands there was left by a program that was killed.
-    const std::string aside = target + ".new";
+    const std::string aside = path + ".new";
     ::unlink(aside.c_str());
     const FileDescriptor file(
         ::open(aside.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOCTTY | O_CLOEXEC, 0600));
     if (!file || !writeAll(file.get(), bytes) || ::fsync(file.get()) != 0 ||
-        ::rename(aside.c_str(), target.c_str()) != 0) {
+        ::rename(aside.c_str(), path.c_str()) != 0) {
         const int number = errno;
         ::unlink(aside.c_str());
         return failure(number, what, path);
     }
-    syncFolderOf(target);
+    syncFolderOf(path);
     return {};
 }
 
 std::expected<void, Error> removeFile(const std::string& path) {
-    const std::string target = behindLinks(path);
-    if (::unlink(target.c_str()) != 0) {
+    if (::unlink(path.c_str()) != 0) {
         return failure(errno, "Couldn't remove", path);
     }
-    syncFolderOf(target);
+    syncFolderOf(path);
     return {};
 }
 

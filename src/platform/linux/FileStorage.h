@@ -35,14 +35,12 @@ namespace peekmend {
 /// program dies.
 [[nodiscard]] std::expected<FileDescriptor, Error> lockFile(const std::string& path);
 
-/// Puts `bytes` in place of the file at `path`, or of the one that a link there leads to. At every
-/// moment, and after a crash, the old or the new file stands there whole; it is on disk when the
-/// call returns. Callers hold a lock.
+/// Puts `bytes` in place of the file at `path`. At every moment, and after a crash, the old or the
+/// new file stands there whole; it is on disk when the call returns. Callers hold a lock.
 [[nodiscard]] std::expected<void, Error> replaceFile(const std::string& path,
                                                      std::string_view bytes);
 
-/// Removes the file at `path`, or the one that a link there leads to, on disk as well when the call
-/// returns.
+/// Removes the file at `path`, on disk as well when the call returns.
 [[nodiscard]] std::expected<void, Error> removeFile(const std::string& path);
 
 } // namespace peekmend

@@ -8,8 +8,8 @@ namespace peekmend {
 
 namespace {
 
-/// Larger values are neither written nor, since somebody else has written them, read.
-constexpr std::size_t maximumDataSize = std::size_t{1024} * 1024;
+/// Larger values were not written by this program.
+constexpr std::size_t maximumDataSize = std::size_t{4} * 1024 * 1024;
 
 } // namespace
 
@@ -26,7 +26,7 @@ std::optional<std::string> StandardUserDefaults::dataForKey(const std::string& k
 }
 
 void StandardUserDefaults::setDataForKey(const std::string& key, const std::string& data) {
-    if (!m_folder || data.size() > maximumDataSize || !createFolders(*m_folder)) {
+    if (!m_folder || !createFolders(*m_folder)) {
         return;
     }
     if (const auto lock = lockFile(*m_folder + "/lock")) {
