@@ -235,9 +235,13 @@ QString displayText(std::string_view text) {
     if (text.size() <= longestBeginning + longestEnd) {
         result = decode(text);
     } else {
-        // Between two characters: not before a byte that continues one.
+        // Between two characters: of one, at most three bytes continue it.
         const auto boundary = [text](std::size_t index) {
-            while (index < text.size() && (static_cast<unsigned char>(text[index]) >> 6U) == 2) {
+            const auto continues = [text](std::size_t at) {
+                return (static_cast<unsigned char>(text[at]) >> 6U) == 2;
+            };
+            const std::size_t last = index + 3;
+            while (index < last && continues(index)) {
                 ++index;
             }
             return index;

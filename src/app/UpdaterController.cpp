@@ -60,28 +60,23 @@ void UpdaterController::checkForUpdates() {
     showMessage("Checking for updates\u2026", "Asking " + m_feed.host() + ".", "Cancel");
     if (!m_network) {
         m_network = std::make_unique<QNetworkAccessManager>();
-        m_network->setRedirectPolicy(QNetworkRequest::NoLessSafeRedirectPolicy);
         m_network->setTransferTimeout(
             static_cast<int>(std::chrono::milliseconds(longestSilence).count()));
     }
-    QNetworkRequest request(m_feed);
-    request.setMaximumRedirectsAllowed(mostRedirects);
+    m_redirectsLeft = mostRedirects;
+    ask(m_feed);
+}
+
+void UpdaterController::ask(const QUrl& address) {
+    QNetworkRequest request(address);
+    // Each address is looked at before it is asked.
+    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
+                         QNetworkRequest::ManualRedirectPolicy);
     request.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
     request.setHeader(QNetworkRequest::UserAgentHeader,
                       QString("Peekmend/") + buildConfig::version);
     m_document.clear();
     m_reply = m_network->get(request);
-    connect(m_reply, &QNetworkReply::redirected, this, [this](const QUrl& target) {
-        if (!mayBeAsked(target)) {
-            // Before it has been asked.
-            stop();
-            showMessage(
-                "The check for updates failed",
-                "The update address leads to another one that is not secure, so that one was not "
-                "asked.",
-                "OK");
-        }
-    });
     connect(m_reply, &QNetworkReply::readyRead, this, &UpdaterController::read);
     connect(m_reply, &QNetworkReply::finished, this, &UpdaterController::finished);
 }
@@ -124,8 +119,28 @@ void UpdaterController::finished() {
         showMessage(failure, "The answer is too long for an appcast.", "OK");
         return;
     }
+    const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
     if (reply->error() != QNetworkReply::NoError) {
-        showMessage(failure, displayText(reply->errorString().toStdString()), "OK");
+        // The server's own words are not passed on.
+        showMessage(failure,
+                    status != 0 ? QString("The server answered with the status %1.").arg(status)
+                                : displayText(reply->errorString().toStdString()),
+                    "OK");
+        return;
+    }
+    if (const QUrl target = reply->attribute(QNetworkRequest::RedirectionTargetAttribute).toUrl();
+        !target.isEmpty()) {
+        const QUrl next = reply->url().resolved(target);
+        if (!mayBeAsked(next)) {
+            showMessage(failure,
+                        "The update address leads to another one that is not secure, so that one "
+                        "was not asked.",
+                        "OK");
+        } else if (m_redirectsLeft-- == 0) {
+            showMessage(failure, "The update address leads to too many others.", "OK");
+        } else {
+            ask(next);
+        }
         return;
     }
     const auto newest = newestAppcastItem(m_document);

@@ -34,6 +34,7 @@ public:
 
 private:
     void showMessage(const QString& title, const QString& message, const QString& endButton);
+    void ask(const QUrl& address);
     void read();
     void finished();
 
@@ -42,6 +43,7 @@ private:
     std::unique_ptr<QNetworkAccessManager> m_network;
     QPointer<QNetworkReply> m_reply;
     QByteArray m_document;
+    int m_redirectsLeft = 0;
     QPointer<Alert> m_dialog;
 };
 

@@ -12,6 +12,8 @@
 #include <QTcpServer>
 #include <QTcpSocket>
 
+#include <algorithm>
+
 namespace peekmend::test {
 namespace {
 
@@ -43,6 +45,13 @@ TEST(Concurrency, OverlappingWorkOfTwoWindowsComesToItsEnd) {
         };
         ASSERT_TRUE(settled([&] { return server.hasPendingConnections(); }));
         server.nextPendingConnection()->write("HTTP/1.1 404 No\r\nContent-Length: 0\r\n\r\n");
+        ASSERT_TRUE(settled([&] {
+            const auto windows = QApplication::topLevelWidgets();
+            return std::ranges::any_of(windows, [](const QWidget* window) {
+                return window->isVisible() &&
+                       window->accessibleName() == "The check for updates failed";
+            });
+        }));
         ASSERT_TRUE(settled([&] {
             return app.services().repairs->isIdle() && app.services().diagnoses->isIdle();
         }));

@@ -176,7 +176,8 @@ TEST_F(Updater, SaysWhatTheFeedOffers) {
     EXPECT_TRUE(request.contains(("User-Agent: Peekmend/" + version + "\r\n").c_str()));
 
     serve(same, "404 Not Found");
-    EXPECT_TRUE(resultOfCheck().at(1).contains("Not Found"));
+    EXPECT_EQ(resultOfCheck(),
+              Strings({failed, "The server answered with the status 404.", "[OK]"}));
 }
 
 TEST_F(Updater, OpensThePageOfTheNewVersionWhenAsked) {
@@ -263,26 +264,32 @@ TEST_F(Updater, AsksNoAddressThatItMustNot) {
 }
 
 TEST_F(Updater, FollowsRedirectsButToNoAddressThatItMustNotAsk) {
-    const auto redirect = [this](const QString& host) {
-        answer = "HTTP/1.1 302 Found\r\nContent-Length: 0\r\nConnection: close\r\nLocation: " +
-                 feed(host).toEncoded() + "\r\n\r\n";
+    const auto redirect = [this](const QByteArray& address) {
+        serve("", "302 Found\r\nLocation: " + address);
     };
-    redirect("127.0.0.1");
-    QObject::connect(&server, &QTcpServer::newConnection, [this] {
-        if (connections == 3) {
+    int answered = 0;
+    QObject::connect(&server, &QTcpServer::newConnection, [&] {
+        if (++answered == 3) {
             serve(rss(item("0.0.1")));
         }
     });
+    redirect("/other");
     EXPECT_EQ(resultOfCheck(), upToDate);
 
-    connections = 10;
-    redirect("localhost");
+    redirect(feed().toEncoded());
+    EXPECT_EQ(resultOfCheck(),
+              Strings({failed, "The update address leads to too many others.", "[OK]"}));
+    const int before = connections;
+    redirect(feed("localhost").toEncoded());
     EXPECT_EQ(resultOfCheck(),
               Strings({failed,
                        "The update address leads to another one that is not secure, so that one "
                        "was not asked.",
                        "[OK]"}));
-    EXPECT_EQ(connections, 11);
+    // What was asked before this has arrived by now.
+    serve(rss(item("0.0.1")));
+    EXPECT_EQ(resultOfCheck(), upToDate);
+    EXPECT_EQ(connections, before + 2);
 }
 
 } // namespace
