@@ -66,10 +66,12 @@ Machine::Machine() {
                                              folder.path() + "|p'");
     folder.writeScript("real/qlmanage", "exec " PEEKMEND_QLMANAGE " \"$@\"");
     folder.writeScript("real/killall", "exit 1");
-    folder.writeScript("real/ps", "cd '" + folder.path() +
-                                      "'; until [ -e shown ] || [ -e dark ]; do sleep 0.01; done; "
-                                      "/bin/ps \"$@\" | grep -F -e COMMAND -e '" +
-                                      folder.path() + "'");
+    folder.writeScript(
+        "real/ps",
+        "cd '" + folder.path() +
+            "' || exit; until [ -e shown ] || [ -e dark ] || [ ! -e step ]; do sleep 0.01; done; "
+            "/bin/ps \"$@\" | grep -F -e COMMAND -e '" +
+            folder.path() + "'");
     std::filesystem::create_directory(folder / "tools");
     for (const std::string& tool : {tools.pluginkit, tools.qlmanage, tools.killall, tools.ps}) {
         std::filesystem::create_symlink(PEEKMEND_TEST_FAULTY_TOOL, tool);

@@ -21,27 +21,27 @@ TEST(StorageFaults, AreToldAndDestroyNothing) {
 
     const std::string snapshot = std::string("defaults/") + lastRepairSnapshotKey;
     const Case cases[] = {
-        {":", "", true, true, "."},
-        {"rm -r \"$0\"", "", false, true, "."},
+        {":", "", true, true, ""},
+        {"rm -r \"$0\"", "", false, true, ""},
         {"mv \"$0\" ~/other; ln -s ~/other \"$0\"", "", true, true, "\"$0\""},
         {"rm -r \"$0\"; echo mine >\"$0\"", "Not a directory", false, false, "\"$0\""},
         {"head -c 4096 /dev/zero >registry.json", "is damaged", true, false, "registry.json"},
         {"truncate -s -3 registry.json", "is damaged", true, false, "registry.json"},
         {"sed -i 's/: 1/: 2/' registry.json", "another version", true, false, "registry.json"},
-        {"truncate -s 4G registry.json", "cannot be read", true, false, "registry.json"},
+        {"truncate -s 8M registry.json", "cannot be read", true, false, "registry.json"},
         {"rm registry.json; mkdir registry.json", "cannot be read", true, false, "registry.json"},
         {"rm registry.json; mkfifo registry.json", "cannot be read", true, false, "registry.json"},
         {"rm registry.json; ln -s registry.json registry.json", "cannot be read", true, false,
          "registry.json"},
         {"ln -sf mine registry.lock", "Couldn't lock", true, false, "registry.lock"},
         {"mkdir registry.json.new", "Couldn't write", true, false, "registry.json.new"},
-        // A link stays one, and what it leads to is written.
-        {"mv registry.json ~/mine; ln -s ~/mine registry.json", "", true, true, "registry.json"},
-        {"ln -sf ~/nowhere registry.json", "", true, true, "registry.json"},
-        {"mv " + snapshot + " ~/mine; ln -s ~/mine " + snapshot, "", true, true, snapshot},
-        {"head -c 4096 /dev/zero >" + snapshot, "", false, true, "."},
-        {"truncate -s 4G " + snapshot, "", false, true, "."},
-        {"rm " + snapshot + "; mkfifo " + snapshot, "", false, true, "."},
+        // A link makes way for the file, and what it leads to is not touched.
+        {"mv registry.json ~/mine; ln -s ~/mine registry.json", "", true, true, "~/mine"},
+        {"ln -sf ~/nowhere registry.json", "", true, true, ""},
+        {"mv " + snapshot + " ~/mine; ln -s ~/mine " + snapshot, "", true, true, "~/mine"},
+        {"head -c 4096 /dev/zero >" + snapshot, "", false, true, ""},
+        {"truncate -s 8M " + snapshot, "", false, true, ""},
+        {"rm " + snapshot + "; mkfifo " + snapshot, "", false, true, ""},
         {"rm " + snapshot + "; mkdir " + snapshot, "", false, false, snapshot},
         {"rm -r defaults; echo mine >defaults", "", false, false, "defaults"},
         {"ln -sf mine defaults/lock; rm " + snapshot, "", false, false, "defaults/lock"},
@@ -51,7 +51,7 @@ TEST(StorageFaults, AreToldAndDestroyNothing) {
         Machine machine;
         ASSERT_EQ(machine.inDataFolder(commands), "");
         const std::string describe =
-            "find " + kept +
+            "find " + (kept.empty() ? "/dev/null" : kept) +
             " -maxdepth 0 -printf '%p %y %l' -type f -size -99k -exec cksum {} \\;";
         const std::string before = machine.inDataFolder(describe);
 
@@ -88,26 +88,31 @@ TEST(StorageFaults, OfTheDiskAreTold) {
     if (inMountsOfItsOwn("mount -t tmpfs tmpfs \"$0\"", {machine.folder.path()}).exitStatus != 0) {
         GTEST_SKIP() << "nobody may mount anything here";
     }
-    // What is mounted, and what the program prints.
+    // What happens to the disk, whose copy of the data folder is in use, and what the program says.
     const std::string cases[][2] = {
-        {"mount --bind . .; mount -o remount,ro,bind . .", "Read-only file system"},
-        {"cp -r . ~/saved; mount -t tmpfs -o size=64k tmpfs \"$0\"; cd \"$0\"; cp -r ~/saved/. .; "
-         "cat /dev/zero >filling 2>/dev/null || :",
-         "No space left on device"},
-        {"mount --bind defaults defaults; mount -o remount,ro,bind defaults", ""},
+        {"mount -o remount,ro \"$0\"", "Read-only file system"},
+        {"cat /dev/zero >filling 2>/dev/null || :", "No space left on device"},
+        {"mount -t tmpfs tmpfs defaults; cp ~/saved/defaults/* defaults; "
+         "mount -o remount,ro \"$0/defaults\"",
+         ""},
     };
-    for (const auto& [mount, message] : cases) {
-        SCOPED_TRACE(mount);
+    for (const auto& [disk, message] : cases) {
+        SCOPED_TRACE(disk);
         // Nothing is left over, and the earlier snapshot is there.
-        const auto result = inMountsOfItsOwn("cd \"$0\"; find . | sort >~/before; " + mount +
-                                                 "; \"$@\" || :; find . ! -name filling | sort | "
-                                                 "diff ~/before -; cat defaults/*Snapshot",
-                                             {machine.dataFolder, PEEKMEND_TEST_PROGRAM, "repair",
-                                              machine.tools.pluginkit, machine.tools.qlmanage,
-                                              machine.tools.killall, "1"});
+        const auto result = inMountsOfItsOwn(
+            "cp -r \"$0\" ~/saved; mount -t tmpfs -o size=1m tmpfs \"$0\"; cp -r ~/saved/. \"$0\"; "
+            "cd \"$0\"; " +
+                disk +
+                "; \"$@\" || :; find . ! -name filling | sort >~/after; "
+                "cd ~/saved; find . | sort | diff - ~/after; cat \"$0\"/defaults/*Snapshot; "
+                "rm -r ~/saved",
+            {machine.dataFolder, PEEKMEND_TEST_PROGRAM, "repair", machine.tools.pluginkit,
+             machine.tools.qlmanage, machine.tools.killall, "1"});
         EXPECT_EQ(result.exitStatus, 0) << result.stdoutBytes << result.stderrBytes;
+        const std::string snapshot = encodeRepairSnapshot(machine.earlier).value();
         EXPECT_TRUE(result.stdoutBytes.contains(message)) << result.stdoutBytes;
-        EXPECT_TRUE(result.stdoutBytes.ends_with(encodeRepairSnapshot(machine.earlier).value()));
+        EXPECT_TRUE(result.stdoutBytes.ends_with(snapshot)) << result.stdoutBytes;
+        EXPECT_EQ(result.stdoutBytes == snapshot, message.empty()) << result.stdoutBytes;
     }
 }
 

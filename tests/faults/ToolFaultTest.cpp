@@ -21,8 +21,9 @@ struct Fault {
     bool works = false;
 };
 
-const std::string held = ": >\"$machine/held\"; until [ -e \"$machine/release\" ]; do sleep 0.01; "
-                         "done\n";
+const std::string held = ": >\"$machine/held\"; "
+                         "until [ -e \"$machine/release\" ] || [ ! -e \"$machine/step\" ]; "
+                         "do sleep 0.01; done\n";
 const std::string missing = "the tool is missing";
 const std::string half = "\"$real\" \"$@\" | head -c 40\n";
 
@@ -229,12 +230,12 @@ TEST_F(Faults, LeaveEveryDiagnosisWithWhatCouldBeFoundOut) {
         // What has been listed goes before it is read, or goes bad.
         {list, real + "; rm -r \"$machine/Applications/C.appex\"; exit 0", two},
         {list, real + "; rm " + info + "; mkfifo " + info + "; exit 0", two},
-        {list, real + "; truncate -s 4G " + info + "; exit 0", two},
+        {list, real + "; truncate -s 8M " + info + "; exit 0", two},
         {preview, "exit 3", unseen, 2},
         {preview, "kill -SEGV $$", unseen, 2},
         {preview, held, unseen, 2},
         {preview, "trap '' TERM INT\n" + held, unseen, 2},
-        {preview, "exec yes", unseen, 2},
+        {preview, "head -c 100000000 /dev/zero; exec sleep 300", unseen, 2},
         {preview, missing, "3 records, 3 claim, no preview", 0},
         {preview, flood, whole},
         {preview, "rm \"$machine\"/a*.txt; exit 1", unseen, 2},

@@ -40,6 +40,10 @@ int main(int argumentCount, char** arguments) {
     if (role == "repair") { // TIMES
         const auto records =
             parseListing(RealPlugInKitExecutor().listPreviewExtensions().value_or(""));
+        if (records.empty()) {
+            std::puts("nothing is listed");
+            return 1;
+        }
         for (int time = 0; time < std::atoi(arguments[5]); ++time) {
             if (const auto done = repair(records, defaults); !done) {
                 std::puts(done.error().message.c_str());
@@ -52,6 +56,8 @@ int main(int argumentCount, char** arguments) {
         const auto snapshot = loadLastRepairSnapshot(defaults);
         return snapshot && RepairApplicator().undo(*snapshot, defaults) ? 0 : 1;
     }
-    // FILE
+    if (role != "diagnose") { // FILE
+        return 2;
+    }
     return DiagnosisEngine().diagnose(FileURL(arguments[5]), {}).records.empty() ? 1 : 0;
 }
