@@ -250,6 +250,7 @@ TEST_F(Window, ShowsTextFromOutsideAsItIs) {
                                                    shownName + " for any file type it supports."}));
     // What would turn our own sentences around is not let through.
     EXPECT_EQ(displayText("a\u202Eb"), QString("a\uFFFDb"));
+    EXPECT_EQ(singleLine("a\n\u2028\u0085b"), QString("a\u240A\u2424\u2424b"));
 }
 
 TEST_F(Window, ShortensTextThatWouldHoldItUp) {
