@@ -68,6 +68,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         require(bytesOf(file) == bytes);
         return 0;
     }
+    // A damaged file must not pass for an empty one.
+    constexpr std::string_view blanks = " \t\n\r\xEF\xBB\xBF";
+    require(bytes.contains('{') && bytes.find_first_not_of(blanks) == bytes.find('{'));
+    require(bytes.find_last_not_of(blanks) == bytes.rfind('}'));
     require(std::ranges::all_of(before->addedPaths, [](const std::string& path) {
         return path.starts_with('/') && isListableText(path);
     }));

@@ -32,7 +32,8 @@ std::optional<std::string> encodeRepairSnapshot(const QLRepairSnapshot& snapshot
 std::optional<QLRepairSnapshot> decodeRepairSnapshot(const std::string& document) {
     const nlohmann::json json =
         nlohmann::json::parse(document, nullptr, /*allow_exceptions=*/false);
-    if (!json.is_object()) {
+    // The parser takes a NUL for the end, and would not see what comes after it.
+    if (!json.is_object() || document.contains('\0')) {
         return std::nullopt;
     }
     const auto createdAt = json.find("createdAt");

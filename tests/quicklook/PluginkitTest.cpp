@@ -143,6 +143,7 @@ TEST_F(Pluginkit, LeavesARegistryAloneThatItCannotRead) {
         "{\"version\":1,\"elections\":{\"org.\xFF\":\"use\"},\"addedPaths\":[]}",
         R"({"version":1,"elections":{},"addedPaths":["relative"]})",
         R"({"version":1,"elections":{},"addedPaths":[1]})",
+        R"({"version":1,"elections":{},"addedPaths":[]})" + std::string(1, '\0') + "x",
         R"({"version":1,"elections":{},"addedPaths":[]})" + std::string(5'000'000, ' ')};
     // clang-format on
     for (const std::string& content : contents) {

@@ -63,6 +63,7 @@ TEST(Snapshot, ReadsEveryGoodFormAndNoOther) {
              std::string(R"({"createdAt":1,"states":{"a":"enabled","b":"Ignored"}})"),
              std::string(R"({"createdAt":1,"states":{"a":1}})"),
              std::string(R"({"createdAt":1,"states":{}} x)"),
+             std::string(R"({"createdAt":1,"states":{}})") + '\0',
              std::string(R"({"createdAt":1,"states":{})"),
              std::string("{\"createdAt\":1,\"states\":{\"\xFF\":\"enabled\"}}"),
              std::string(300'000, '['),

@@ -39,7 +39,8 @@ std::expected<std::string, Error> registryFolder() {
 std::expected<ExtensionRegistry, Error> parse(const std::string& file, const std::string& bytes) {
     const auto damaged = [&] { return std::unexpected(unusable(file, "is damaged.")); };
     const auto document = nlohmann::json::parse(bytes, nullptr, false);
-    if (!document.is_object()) {
+    // The parser takes a NUL for the end, and would not see what comes after it.
+    if (!document.is_object() || bytes.contains('\0')) {
         return damaged();
     }
     const auto version = document.find("version");
