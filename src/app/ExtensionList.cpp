@@ -175,8 +175,6 @@ ExtensionList::ExtensionList() {
     viewport()->setAutoFillBackground(true);
     setAccessibleRole(*viewport(), QAccessible::List);
     viewport()->setAccessibleName("Quick Look preview extensions");
-    addRow();
-    measureRows();
 }
 
 void ExtensionList::setRecords(const std::vector<QLExtensionRecord>& records) {
@@ -204,6 +202,9 @@ void ExtensionList::addRow() {
 }
 
 void ExtensionList::measureRows() {
+    if (m_rows.empty()) {
+        return;
+    }
     for (ExtensionRow* const row : m_rows) {
         row->fitToFont();
     }
@@ -224,6 +225,14 @@ ExtensionRow* ExtensionList::rowShowing(int index) const {
 }
 
 void ExtensionList::placeRows() {
+    if (m_rows.empty()) {
+        if (m_records.empty()) {
+            return;
+        }
+        // One to measure; how many there are to be depends on it.
+        addRow();
+        measureRows();
+    }
     const int height = viewport()->height();
     const auto count = static_cast<int>(m_records.size());
     QScrollBar& bar = *verticalScrollBar();

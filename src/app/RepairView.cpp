@@ -1,11 +1,10 @@
 #include "app/RepairView.h"
 
-#include "app/ClaimantTable.h"
 #include "app/DropZone.h"
 #include "app/PreferConfirmationSheet.h"
+#include "app/ReportView.h"
 #include "app/Style.h"
 #include "app/Widgets.h"
-#include "app/model/Texts.h"
 
 #include <QFile>
 #include <QFileDialog>
@@ -22,7 +21,7 @@ namespace peekmend {
 RepairView::RepairView(const Services& services)
     : m_model(std::make_shared<RepairViewModel>(services)),
       m_alert(*this, [this] { m_model->dismissError(); }), m_dropZone(new DropZone),
-      m_progress(makeProgress("Diagnosing\u2026")), m_report(makeReport()) {
+      m_progress(makeProgress("Diagnosing\u2026")) {
     m_dropZone->onChoose = [this] { openFilePanel(); };
     m_dropZone->onTargeted = [this](bool isTargeted) { m_model->setDropTargeted(isTargeted); };
     m_dropZone->onDrop = [this](const auto& items) { return m_model->handleDrop(items); };
@@ -33,12 +32,11 @@ RepairView::RepairView(const Services& services)
     placeholder->setWordWrap(true);
     m_placeholder = placeholder;
     auto* const page = new QWidget;
-    auto* const column = makeLayout<QVBoxLayout>(page, spacing::page, spacing::section);
-    column->addWidget(m_dropZone);
-    column->addWidget(m_placeholder, 0, Qt::AlignTop);
-    column->addWidget(m_report, 1);
-    column->addWidget(m_progress, 1, Qt::AlignCenter);
-    column->addStretch();
+    m_column = makeLayout<QVBoxLayout>(page, spacing::page, spacing::section);
+    m_column->addWidget(m_dropZone);
+    m_column->addWidget(m_placeholder, 0, Qt::AlignTop);
+    m_column->addWidget(m_progress, 1, Qt::AlignCenter);
+    m_column->addStretch();
 
     auto* const scroll = new QScrollArea;
     scroll->setWidget(page);
@@ -63,28 +61,6 @@ RepairView::RepairView(const Services& services)
 
 RepairView::~RepairView() {
     m_model->detach();
-}
-
-QWidget* RepairView::makeReport() {
-    m_fetchError = new TextBlock(TextRole::body, ColourRole::red);
-    m_verdict = new TextBlock(TextRole::body);
-    m_servingLine = new TextBlock(TextRole::callout);
-    m_table = new ClaimantTable;
-    m_table->onSelect = [this](std::optional<std::string> claimantID) {
-        m_model->select(std::move(claimantID));
-    };
-    m_noClaimants = new Label("No registered preview extensions claim this file's type.",
-                              TextRole::body, ColourRole::secondary);
-
-    auto* const report = new QWidget;
-    auto* const column = makeLayout<QVBoxLayout>(report, 0, spacing::group);
-    column->addWidget(m_fetchError);
-    column->addWidget(m_verdict);
-    column->addWidget(m_servingLine);
-    column->addWidget(m_table, 1);
-    column->addWidget(m_noClaimants);
-    column->addStretch();
-    return report;
 }
 
 QWidget* RepairView::makeBar() {
@@ -113,12 +89,19 @@ void RepairView::render() {
     m_dropZone->render(state.fileURL, state.isDropTargeted);
     m_placeholder->setVisible(!state.report && !state.isDiagnosing);
     m_progress->setVisible(!state.report && state.isDiagnosing);
-    m_report->setVisible(state.report != nullptr);
     if (state.report) {
-        if (std::exchange(m_shownReport, state.report) != state.report) {
-            renderReport(*state.report);
+        if (!m_report) {
+            // A window that has just opened is there sooner without it.
+            m_report = new ReportView;
+            m_report->onSelect = [this](std::optional<std::string> claimantID) {
+                m_model->select(std::move(claimantID));
+            };
+            m_column->insertWidget(m_column->indexOf(m_progress), m_report, 1);
         }
-        m_table->select(state.selectedClaimantID);
+        if (std::exchange(m_shownReport, state.report) != state.report) {
+            m_report->render(*state.report);
+        }
+        m_report->select(state.selectedClaimantID);
     }
     m_prefer->setEnabled(canPrefer(state));
     m_undo->setEnabled(canUndo(state));
@@ -127,27 +110,6 @@ void RepairView::render() {
     m_copy->setText(state.copiedFeedback ? "&Copied!" : "&Copy report");
     renderSheet(state);
     m_alert.render(state.errorMessage);
-}
-
-void RepairView::renderReport(const QLDiagnosisReport& report) {
-    const auto renderText = [](TextBlock& block, const std::string& text) {
-        block.setText(displayText(text));
-        block.setVisible(!text.empty());
-    };
-    renderText(*m_fetchError,
-               report.fetchError ? inventoryErrorText(*report.fetchError) : std::string());
-    renderText(*m_verdict, report.verdict);
-    const ServingLine serving = servingLine(report).value_or(ServingLine());
-    if (serving.namesExtensions) {
-        m_servingLine->setRoles(TextRole::calloutMedium);
-    } else {
-        m_servingLine->setRoles(TextRole::callout, ColourRole::secondary);
-    }
-    renderText(*m_servingLine, serving.text);
-    m_table->setClaimants(report.claimants);
-    m_table->setVisible(!report.claimants.empty());
-    m_noClaimants->setVisible(report.claimants.empty());
-    announce(*this, displayText(report.verdict));
 }
 
 void RepairView::renderSheet(const RepairViewState& state) {

@@ -11,13 +11,12 @@
 
 class QLabel;
 class QPushButton;
+class QVBoxLayout;
 
 namespace peekmend {
 
-class ClaimantTable;
 class DropZone;
-class PreferConfirmationSheet;
-class TextBlock;
+class ReportView;
 
 /// The diagnose view: draws the state of its view-model and hands on what the user does.
 class RepairView : public QWidget {
@@ -28,10 +27,8 @@ public:
     [[nodiscard]] RepairViewModel& model() { return *m_model; }
 
 private:
-    QWidget* makeReport();
     QWidget* makeBar();
     void render();
-    void renderReport(const QLDiagnosisReport& report);
     void renderSheet(const RepairViewState& state);
     void openFilePanel();
 
@@ -41,19 +38,14 @@ private:
     DropZone* m_dropZone;
     QLabel* m_placeholder;
     QWidget* m_progress;
+    QVBoxLayout* m_column;
     QPushButton* m_prefer = nullptr;
     QPushButton* m_undo = nullptr;
     QPushButton* m_refresh = nullptr;
     QPushButton* m_copy = nullptr;
 
-    // The report, and what is in it.
-    TextBlock* m_fetchError = nullptr;
-    TextBlock* m_verdict = nullptr;
-    TextBlock* m_servingLine = nullptr;
-    ClaimantTable* m_table = nullptr;
-    QLabel* m_noClaimants = nullptr;
-    QWidget* m_report;
-
+    /// Made for the first report.
+    ReportView* m_report = nullptr;
     std::shared_ptr<const QLDiagnosisReport> m_shownReport;
     QPointer<QDialog> m_sheet;
     /// What the open sheet was built with: the chosen record, then its peers; empty for a sheet
