@@ -1,10 +1,13 @@
 #include "diagnosis/DiagnosisEngine.h"
 
 #include "diagnosis/TypeTree.h"
+#include "platform/BackgroundPool.h"
 #include "platform/Hash.h"
 #include "platform/Text.h"
 
 #include <algorithm>
+#include <future>
+#include <memory>
 #include <unordered_set>
 #include <utility>
 
@@ -65,11 +68,22 @@ QLDiagnosisReport DiagnosisEngine::diagnose(const std::optional<FileURL>& fileUR
         report.fetchError = std::move(listing.error().message);
     }
 
+    // The probe waits nearly all of its time, and needs nothing of what is read meanwhile.
+    std::shared_ptr<std::packaged_task<ActiveHandlerProbeResult()>> probe;
+    bool isProbing = false;
+    if (fileURL) {
+        probe = std::make_shared<std::packaged_task<ActiveHandlerProbeResult()>>(
+            [&] { return ActiveHandlerProbe::probe(*fileURL, report.records, stop); });
+        isProbing = BackgroundPool::shared().submit([probe] { (*probe)(); }).has_value();
+    }
     const ContentTypeMap contentTypes = contentTypesByBundleID(report.records);
     if (fileURL) {
         report.typeTree = resolveTypeTree(*fileURL, *m_types);
         report.claimants = findClaimants(report.records, report.typeTree, contentTypes);
-        report.activeHandler = ActiveHandlerProbe::probe(*fileURL, report.records, stop);
+        if (!isProbing) {
+            (*probe)();
+        }
+        report.activeHandler = probe->get_future().get();
     }
     report.verdict =
         composeVerdict(report.claimants, report.activeHandler ? report.activeHandler->bundleIDs
