@@ -13,6 +13,9 @@ namespace peekmend {
 
 namespace {
 
+/// About what a line of the listing takes, in bytes.
+constexpr std::size_t usualLineSize = 128;
+
 constexpr std::array states{
     std::pair{QLRegistrationState::enabled, std::string_view("enabled")},
     std::pair{QLRegistrationState::ignored, std::string_view("ignored")},
@@ -72,6 +75,7 @@ std::expected<std::string, Error> RealPlugInKitExecutor::listPreviewExtensions()
 
 std::vector<QLExtensionRecord> parseListing(std::string_view text) {
     std::vector<QLExtensionRecord> records;
+    records.reserve(text.size() / usualLineSize);
     while (true) {
         const std::size_t end = text.find('\n');
         if (auto record = parseListingLine(text.substr(0, end))) {

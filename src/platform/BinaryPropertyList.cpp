@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstring>
 #include <span>
 #include <vector>
 
@@ -45,15 +44,30 @@ struct Object {
 };
 
 bool isAscii(std::string_view text) {
-    std::uint64_t all = 0;
-    std::uint64_t word = 0;
-    for (; text.size() >= sizeof word; text.remove_prefix(sizeof word)) {
-        std::memcpy(&word, text.data(), sizeof word);
-        all |= word;
+    std::uint8_t all = 0;
+    // Without a way out, so that many bytes are looked at together.
+    for (const char byte : text) {
+        all |= static_cast<std::uint8_t>(byte);
     }
-    word = 0;
-    std::memcpy(&word, text.data(), text.size());
-    return ((all | word) & 0x8080808080808080U) == 0;
+    return all < 0x80;
+}
+
+/// Whether no surrogate stands alone in big-endian UTF-16.
+bool isUtf16(std::string_view text) {
+    const auto kindAt = [&](std::size_t index) {
+        return index < text.size() ? static_cast<std::uint8_t>(text[index]) & 0xFCU : 0;
+    };
+    for (std::size_t index = 0; index < text.size(); index += 2) {
+        if (kindAt(index) == 0xD8) {
+            index += 2;
+            if (kindAt(index) != 0xDC) {
+                return false;
+            }
+        } else if (kindAt(index) == 0xDC) {
+            return false;
+        }
+    }
+    return true;
 }
 
 /// A big-endian number of 1 to 8 bytes.
@@ -116,8 +130,8 @@ public:
 private:
     /// What the containers that were looked at hold.
     struct Holdings {
-        std::vector<bool> containers; ///< By object: whether one of them holds this container.
-        std::size_t size = 0;         ///< Of all that they hold, read out at once, in bytes.
+        std::vector<bool> isHeld; ///< By object: whether one of them holds this container.
+        std::size_t size = 0;     ///< Of all that they hold, read out at once, in bytes.
     };
 
     [[nodiscard]] bool readTrailer() {
@@ -148,65 +162,67 @@ private:
     /// whoever walks it.
     [[nodiscard]] bool areObjectsIntact() const {
         std::size_t unclaimed = m_tableOffset - headerSize;
-        Holdings holdings{std::vector<bool>(m_objectCount), 0};
-        holdings.containers[m_topObject] = true;
+        std::vector<Object> objects;
+        objects.reserve(m_objectCount);
         for (std::uint64_t index = 0; index < m_objectCount; ++index) {
-            const char* const place = checkedPlaceOf(index);
-            const auto object = place != nullptr ? objectAt(place) : std::nullopt;
+            const std::uint64_t offset = offsetOf(index);
+            if (offset < headerSize || offset >= m_tableOffset) {
+                return false;
+            }
+            const char* const place = m_bytes.data() + offset;
+            const auto object = objectAt(place);
             if (!object) {
                 return false;
             }
             const char* const end = object->payload.data() + object->payload.size();
             const auto size = static_cast<std::size_t>(end - place);
-            if (size > unclaimed || !isPayloadIntact(*object, holdings)) {
+            if (size > unclaimed || !isTextIntact(*object)) {
                 return false;
             }
             unclaimed -= size;
+            objects.push_back(*object);
         }
-        return kindAt(placeOf(m_topObject)) == Kind::dictionary;
+        Holdings holdings{std::vector<bool>(m_objectCount), 0};
+        holdings.isHeld[m_topObject] = true;
+        return objects[m_topObject].kind == Kind::dictionary &&
+               std::ranges::all_of(objects, [&](const Object& object) {
+                   return !isContainer(object.kind) ||
+                          areReferencesIntact(object, objects, holdings);
+               });
     }
 
-    [[nodiscard]] bool isPayloadIntact(const Object& object, Holdings& holdings) const {
+    [[nodiscard]] static bool isTextIntact(const Object& object) {
         switch (object.kind) {
         case Kind::asciiString:
             return isAscii(object.payload);
         case Kind::utf16String:
-            return utf8FromUtf16(object.payload, std::endian::big).has_value();
-        case Kind::array:
-        case Kind::set:
-        case Kind::dictionary:
-            return areReferencesIntact(object, holdings);
-        case Kind::simple:
-        case Kind::integer:
-        case Kind::real:
-        case Kind::date:
-        case Kind::data:
-        case Kind::identifier:
-            break;
+            return isUtf16(object.payload);
+        default:
+            return true;
         }
-        return true;
     }
 
-    [[nodiscard]] bool areReferencesIntact(const Object& object, Holdings& holdings) const {
-        const std::size_t keyCount = object.kind == Kind::dictionary ? object.count : 0;
-        const std::size_t referenceCount = object.count + keyCount;
+    [[nodiscard]] bool areReferencesIntact(const Object& container,
+                                           const std::vector<Object>& objects,
+                                           Holdings& holdings) const {
+        const std::size_t keyCount = container.kind == Kind::dictionary ? container.count : 0;
+        const std::size_t referenceCount = container.count + keyCount;
         for (std::size_t index = 0; index < referenceCount; ++index) {
-            const std::uint64_t target = reference(object, index);
+            const std::uint64_t target = reference(container, index);
             if (target >= m_objectCount) {
                 return false;
             }
-            const char* const place = checkedPlaceOf(target);
-            if (place == nullptr || (index < keyCount && !isString(kindAt(place)))) {
+            const Object& held = objects[target];
+            if (index < keyCount && !isString(held.kind)) {
                 return false;
             }
-            if (isContainer(kindAt(place))) {
-                if (holdings.containers[target]) {
+            if (isContainer(held.kind)) {
+                if (holdings.isHeld[target]) {
                     return false;
                 }
-                holdings.containers[target] = true;
+                holdings.isHeld[target] = true;
             }
-            const auto held = objectAt(place);
-            holdings.size += sizeof(std::string) + (held ? held->payload.size() : 0);
+            holdings.size += sizeof(std::string) + held.payload.size();
             if (holdings.size > PropertyList::maximumTotalSize) {
                 return false;
             }
@@ -218,13 +234,7 @@ private:
         return numberFrom(m_bytes.data() + m_tableOffset + index * m_offsetSize, m_offsetSize);
     }
 
-    /// Where the object begins. Null when that is not in the object area.
-    [[nodiscard]] const char* checkedPlaceOf(std::uint64_t index) const {
-        const std::uint64_t offset = offsetOf(index);
-        return offset >= headerSize && offset < m_tableOffset ? m_bytes.data() + offset : nullptr;
-    }
-
-    /// The same for an object of a list that is known to be intact.
+    /// Where the object of a list that is known to be intact begins.
     [[nodiscard]] const char* placeOf(std::uint64_t index) const {
         return m_bytes.data() + offsetOf(index);
     }

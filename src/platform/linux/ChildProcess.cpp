@@ -98,14 +98,16 @@ std::expected<Pipe, Error> makePipe() {
 }
 
 std::string readToEnd(int descriptor) {
-    constexpr std::size_t firstStep = std::size_t{16} * 1024;
+    constexpr std::size_t firstStep = std::size_t{24} * 1024;
+    // Large steps, as memory that is taken and never used costs nothing, and moving the bytes does.
+    constexpr std::size_t growth = 4;
     std::string bytes;
     ssize_t count = 0;
     do {
         const std::size_t used = bytes.size();
         const std::size_t capacity = bytes.capacity();
         bytes.resize_and_overwrite(
-            used == capacity ? capacity * 2 : std::max(capacity, firstStep),
+            used == capacity ? capacity * growth : std::max(capacity, firstStep),
             [&](char* data, std::size_t size) {
                 count =
                     retryInterrupted([&] { return ::read(descriptor, data + used, size - used); });
