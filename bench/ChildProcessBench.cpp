@@ -1,0 +1,188 @@
+// Running a program and keeping what it writes.
+
+#include "Benches.h"
+#include "Fixture.h"
+#include "inventory/ProcessRunner.h"
+
+#include <QProcess>
+
+#include <benchmark/benchmark.h>
+#include <boost/asio/io_context.hpp>
+#include <boost/process.hpp>
+#include <glib.h>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdio>
+#include <fstream>
+#include <future>
+#include <string>
+#include <vector>
+
+namespace peekmend::bench {
+
+namespace {
+
+using Command = std::vector<std::string>;
+
+const Command smallProgram{"/bin/echo", "a few words"};
+
+constexpr std::size_t largeSize = std::size_t{64} * 1024 * 1024;
+const Command largeOutput{"/bin/dd", "if=/dev/zero", "bs=64K", "count=1024", "status=none"};
+
+Command argumentsOf(const Command& command) {
+    return {command.begin() + 1, command.end()};
+}
+
+void checkSize(std::size_t size, const Command& command) {
+    if (size != (command == largeOutput ? largeSize : smallProgram.back().size() + 1)) {
+        fail("the output is not whole");
+    }
+}
+
+/// What this process takes of the machine's memory, by the name of a line in its status; in bytes.
+double memory(std::string_view name) {
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);) {
+        if (line.starts_with(name)) {
+            return std::stod(line.substr(name.size() + 1)) * 1024;
+        }
+    }
+    fail("no memory figures");
+}
+
+/// What a single capture needs at its height, in units of the output's size.
+double peakOf(const Command& command) {
+    std::ofstream("/proc/self/clear_refs") << "5";
+    const double before = memory("VmRSS");
+    benchmark::DoNotOptimize(ProcessRunner::run(command[0], argumentsOf(command), false));
+    return (memory("VmHWM") - before) / static_cast<double>(largeSize);
+}
+
+void peekmendRun(benchmark::State& state, const Command& command) {
+    const Command arguments = argumentsOf(command);
+    for (auto _ : state) {
+        const auto result = ProcessRunner::run(command[0], arguments, false);
+        checkSize(result ? result->stdoutBytes.size() : 0, command);
+    }
+    if (command == largeOutput) {
+        state.counters["peak"] = peakOf(command);
+    }
+}
+
+void bareRun(benchmark::State& state, const Command& command) {
+    for (auto _ : state) {
+        checkSize(finishBare(spawnBare(command)).size(), command);
+    }
+}
+
+/// The same reads, and the bytes thrown away.
+void discard(benchmark::State& state, const Command& command) {
+    std::array<char, 65536> buffer;
+    for (auto _ : state) {
+        const BareChild child = spawnBare(command);
+        std::size_t size = 0;
+        ssize_t count = 0;
+        while ((count = ::read(child.output, buffer.data(), buffer.size())) > 0) {
+            size += static_cast<std::size_t>(count);
+        }
+        finishBare(child);
+        checkSize(size, command);
+    }
+}
+
+void qtRun(benchmark::State& state, const Command& command) {
+    QStringList arguments;
+    for (const std::string& argument : argumentsOf(command)) {
+        arguments.append(QString::fromStdString(argument));
+    }
+    for (auto _ : state) {
+        QProcess process;
+        process.start(QString::fromStdString(command[0]), arguments);
+        process.waitForFinished(-1);
+        checkSize(static_cast<std::size_t>(process.readAllStandardOutput().size()), command);
+    }
+}
+
+void glibRun(benchmark::State& state, const Command& command) {
+    std::vector<char*> arguments;
+    for (const std::string& argument : command) {
+        arguments.push_back(const_cast<char*>(argument.c_str()));
+    }
+    arguments.push_back(nullptr);
+    for (auto _ : state) {
+        // The text ends at its first NUL, so the size cannot be checked.
+        char* output = nullptr;
+        char* errors = nullptr;
+        if (g_spawn_sync(nullptr, arguments.data(), nullptr, G_SPAWN_DEFAULT, nullptr, nullptr,
+                         &output, &errors, nullptr, nullptr) == FALSE) {
+            fail("g_spawn_sync failed");
+        }
+        g_free(output);
+        g_free(errors);
+    }
+}
+
+void boostRun(benchmark::State& state, const Command& command) {
+    namespace process = boost::process;
+    const Command arguments = argumentsOf(command);
+    for (auto _ : state) {
+        boost::asio::io_context context;
+        std::future<std::string> output;
+        std::future<std::string> errors;
+        process::child child(command[0], process::args(arguments), process::std_out > output,
+                             process::std_err > errors, context);
+        context.run();
+        child.wait();
+        checkSize(output.get().size(), command);
+    }
+}
+
+/// One stream only, through a shell.
+void popenRun(benchmark::State& state, const Command& command) {
+    std::string line = command[0];
+    for (const std::string& argument : argumentsOf(command)) {
+        line += " '" + argument + "'";
+    }
+    for (auto _ : state) {
+        std::FILE* const stream = ::popen(line.c_str(), "r");
+        std::string text;
+        std::array<char, 65536> buffer;
+        for (std::size_t count = 0;
+             (count = std::fread(buffer.data(), 1, buffer.size(), stream)) > 0;) {
+            text.append(buffer.data(), count);
+        }
+        ::pclose(stream);
+        checkSize(text.size(), command);
+    }
+}
+
+void add(const std::string& name, void (*run)(benchmark::State&, const Command&),
+         const Command& command) {
+    benchmark::RegisterBenchmark(name.c_str(), [run, &command](benchmark::State& state) {
+        run(state, command);
+    })->UseRealTime();
+}
+
+} // namespace
+
+void addSmallPrograms(const std::string& group) {
+    add(group + "/peekmend", peekmendRun, smallProgram);
+    add(group + "/bare", bareRun, smallProgram);
+    add(group + "/QProcess", qtRun, smallProgram);
+    add(group + "/GLib", glibRun, smallProgram);
+    add(group + "/Boost", boostRun, smallProgram);
+    add(group + "/popen", popenRun, smallProgram);
+}
+
+void addLargeOutput() {
+    add("64 MiB/peekmend", peekmendRun, largeOutput);
+    add("64 MiB/discard", discard, largeOutput);
+    add("64 MiB/QProcess", qtRun, largeOutput);
+    add("64 MiB/GLib", glibRun, largeOutput);
+    add("64 MiB/Boost", boostRun, largeOutput);
+}
+
+} // namespace peekmend::bench
