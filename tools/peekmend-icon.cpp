@@ -18,7 +18,7 @@ int main(int argumentCount, char** arguments) {
     }
     QSvgRenderer renderer(QString::fromLocal8Bit(arguments[1]));
     if (!renderer.isValid()) {
-        std::fprintf(stderr, "peekmend-icon: couldn't read %s\n", arguments[1]);
+        std::fputs("peekmend-icon: the SVG couldn't be read\n", stderr);
         return EXIT_FAILURE;
     }
     QImage image(size, size, QImage::Format_ARGB32);
@@ -27,7 +27,7 @@ int main(int argumentCount, char** arguments) {
     renderer.render(&painter);
     painter.end();
     if (!image.save(QString::fromLocal8Bit(arguments[3]), "PNG")) {
-        std::fprintf(stderr, "peekmend-icon: couldn't write %s\n", arguments[3]);
+        std::fputs("peekmend-icon: the PNG couldn't be written\n", stderr);
         return EXIT_FAILURE;
     }
     return EXIT_SUCCESS;
