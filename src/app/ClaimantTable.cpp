@@ -1,10 +1,12 @@
 #include "app/ClaimantTable.h"
 
 #include "app/Style.h"
+#include "app/Widgets.h"
 #include "app/model/Texts.h"
 
 #include <QApplication>
 #include <QClipboard>
+#include <QContextMenuEvent>
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QPainter>
@@ -91,6 +93,10 @@ ClaimantTable::ClaimantTable() : QTableWidget(0, 4) {
     setAccessibleName("Extensions that claim this file's type");
     setHorizontalHeaderLabels({"", "Extension", "Version", "Also previews"});
     horizontalHeaderItem(badgeColumn)->setData(Qt::AccessibleTextRole, "State");
+    for (int column = 0; column < columnCount(); ++column) {
+        QTableWidgetItem& heading = *horizontalHeaderItem(column);
+        heading.setToolTip(heading.data(Qt::AccessibleTextRole).toString() + heading.text());
+    }
     setEditTriggers(NoEditTriggers);
     setItemDelegate(new ClaimantDelegate(this));
     setSelectionBehavior(QAbstractItemView::SelectRows);
@@ -152,9 +158,15 @@ void ClaimantTable::fill() {
 
         const QString identifier = displayText(record.bundleID);
         const QString stale = displayText(staleText(record).value_or(std::string_view()));
+        QStringList toolTip(identifier);
+        if (record.path) {
+            toolTip += displayText(*record.path);
+        }
+        if (!stale.isEmpty()) {
+            toolTip += stale;
+        }
         setCell(row, extensionColumn, identifier,
-                stale.isEmpty() ? identifier : identifier + ", " + stale,
-                record.path ? identifier + '\n' + displayText(*record.path) : identifier);
+                stale.isEmpty() ? identifier : identifier + ", " + stale, toolTip.join('\n'));
         item(row, extensionColumn)->setData(secondLineRole, stale);
 
         const QString version = displayText(versionText(record));
@@ -201,16 +213,27 @@ void ClaimantTable::selectionWasChanged() {
                        m_claimants[static_cast<std::size_t>(rows.front().row())].record.bundleID));
 }
 
-void ClaimantTable::copy() {
-    const QModelIndexList rows = selectionModel()->selectedRows();
-    if (rows.isEmpty()) {
-        return;
-    }
+QString ClaimantTable::rowText(int row) const {
     QStringList texts;
     for (int column = 0; column < columnCount(); ++column) {
-        texts += rows.front().siblingAtColumn(column).data(Qt::AccessibleTextRole).toString();
+        texts += item(row, column)->data(Qt::AccessibleTextRole).toString();
     }
-    QApplication::clipboard()->setText(texts.join('\t'));
+    return texts.join('\t');
+}
+
+void ClaimantTable::copy() {
+    if (const QModelIndexList rows = selectionModel()->selectedRows(); !rows.isEmpty()) {
+        QApplication::clipboard()->setText(rowText(rows.front().row()));
+    }
+}
+
+void ClaimantTable::contextMenuEvent(QContextMenuEvent* event) {
+    // A press of the button that opens the menu has selected the row under it.
+    if (const QModelIndexList rows = selectionModel()->selectedRows(); !rows.isEmpty()) {
+        const int row = rows.front().row();
+        openCopyMenu(*this, event->globalPos(), rowText(row),
+                     m_claimants[static_cast<std::size_t>(row)].record.path);
+    }
 }
 
 QSize ClaimantTable::sizeHint() const {

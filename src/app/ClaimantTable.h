@@ -34,6 +34,7 @@ public slots: // NOLINT(readability-redundant-access-specifiers): the toolkit's 
     void copy();
 
 protected:
+    void contextMenuEvent(QContextMenuEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     void changeEvent(QEvent* event) override;
     void currentChanged(const QModelIndex& current, const QModelIndex& previous) override;
@@ -44,6 +45,8 @@ private:
     void fitToFont();
     void setCell(int row, int column, const QString& text, const QString& spoken,
                  const QString& toolTip);
+    /// What the row says, its cells with tabs between them.
+    [[nodiscard]] QString rowText(int row) const;
     void fill();
     void shareWidth();
     void selectionWasChanged();

@@ -5,6 +5,8 @@
 #include "app/RepairView.h"
 #include "app/Style.h"
 
+#include <QShortcut>
+
 namespace peekmend {
 
 ContentView::ContentView(const Services& services)
@@ -12,7 +14,9 @@ ContentView::ContentView(const Services& services)
     setDocumentMode(true);
     addTab(m_repairView, symbol("repair"), "Repair");
     addTab(m_extensionsView, symbol("extensions"), "Extensions");
-    addTab(new HelpView(services.openURL), symbol("help"), "Help");
+    const int help = addTab(new HelpView(services.openURL), symbol("help"), "Help");
+    connect(new QShortcut(QKeySequence::HelpContents, this), &QShortcut::activated, this,
+            [this, help] { setCurrentIndex(help); });
 }
 
 } // namespace peekmend

@@ -48,7 +48,8 @@ private:
 
 DropZone::DropZone()
     : m_title(new ElidedLabel(QString(), TextRole::headline)),
-      m_path(new ElidedLabel(QString(), TextRole::caption, ColourRole::secondary)) {
+      m_path(new ElidedLabel(QString(), TextRole::caption, ColourRole::secondary)),
+      m_choose(new ActionButton("Choose F&ile\u2026")) {
     setAccessibleRole(*this, QAccessible::Grouping);
     setAccessibleName("Drop zone");
     setAcceptDrops(true);
@@ -58,15 +59,14 @@ DropZone::DropZone()
         label->setAlignment(Qt::AlignCenter);
         label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
     }
-    auto* const choose = new ActionButton("Choose F&ile\u2026");
-    choose->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
-    connect(choose, &QPushButton::clicked, this, [this] { onChoose(); });
+    m_choose->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+    connect(m_choose, &QPushButton::clicked, this, [this] { onChoose(); });
 
     auto* const column = makeLayout<QVBoxLayout>(this, spacing::page, spacing::item);
     column->addWidget(new Symbol, 0, Qt::AlignHCenter);
     column->addWidget(m_title);
     column->addWidget(m_path);
-    column->addWidget(choose, 0, Qt::AlignHCenter);
+    column->addWidget(m_choose, 0, Qt::AlignHCenter);
 }
 
 void DropZone::render(const std::optional<FileURL>& fileURL, bool isDropTargeted) {

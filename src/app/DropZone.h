@@ -10,6 +10,7 @@
 
 namespace peekmend {
 
+class ActionButton;
 class ElidedLabel;
 
 /// Where the file to diagnose is dropped or chosen.
@@ -19,6 +20,8 @@ public:
 
     /// Shows the file, and whether a file is being dragged over the zone.
     void render(const std::optional<FileURL>& fileURL, bool isDropTargeted);
+
+    [[nodiscard]] ActionButton& chooseButton() { return *m_choose; }
 
     /// The button was pressed.
     std::function<void()> onChoose;
@@ -36,6 +39,7 @@ protected:
 private:
     ElidedLabel* m_title;
     ElidedLabel* m_path;
+    ActionButton* m_choose;
     bool m_isDropTargeted = false;
 };
 

@@ -5,6 +5,9 @@
 #include "app/model/ExtensionsViewModel.h"
 #include "app/model/Texts.h"
 
+#include <QApplication>
+#include <QClipboard>
+#include <QContextMenuEvent>
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QPainter>
@@ -14,6 +17,7 @@
 
 #include <algorithm>
 #include <array>
+#include <initializer_list>
 #include <utility>
 
 namespace peekmend {
@@ -45,6 +49,11 @@ public:
           m_version(new ElidedLabel(QString(), TextRole::caption, ColourRole::secondary)),
           m_path(new ElidedLabel(QString(), TextRole::caption, ColourRole::secondary)) {
         setAccessibleRole(*this, QAccessible::ListItem);
+        for (Label* const label :
+             std::initializer_list<Label*>{m_glyph, m_identifier, m_version, m_path}) {
+            // The row has one.
+            label->setContextMenuPolicy(Qt::NoContextMenu);
+        }
         m_glyph->setFixedWidth(glyphWidth);
         m_glyph->setAlignment(Qt::AlignCenter);
         for (ElidedLabel* const label : {m_identifier, m_path}) {
@@ -82,6 +91,15 @@ public:
     [[nodiscard]] const QLExtensionRecord& record() const { return m_record; }
 
     [[nodiscard]] int index() const { return m_index; }
+
+    /// What the row says, its parts with tabs between them.
+    [[nodiscard]] QString text() const {
+        QStringList texts{displayText(textValue(m_record.state)), displayText(m_record.bundleID)};
+        for (const auto& part : {m_record.version, m_record.path}) {
+            texts += displayText(part.value_or(std::string()));
+        }
+        return texts.join('\t');
+    }
 
     [[nodiscard]] bool hasFocusedButton() const {
         return std::ranges::any_of(m_buttons, &QWidget::hasFocus);
@@ -282,6 +300,20 @@ void ExtensionList::setCurrent(int index) {
     m_current = index;
     for (ExtensionRow* const row : m_rows) {
         row->setTabStop(row->index() == index);
+    }
+}
+
+void ExtensionList::copy() {
+    if (const ExtensionRow* const row = rowShowing(m_current)) {
+        QApplication::clipboard()->setText(row->text());
+    }
+}
+
+void ExtensionList::contextMenuEvent(QContextMenuEvent* event) {
+    const bool isByMouse = event->reason() == QContextMenuEvent::Mouse;
+    if (const ExtensionRow* const row =
+            rowShowing(isByMouse ? rowAt(event->pos().y()) : m_current)) {
+        openCopyMenu(*this, event->globalPos(), row->text(), row->record().path);
     }
 }
 

@@ -19,6 +19,8 @@ class ExtensionRow;
 /// With the keyboard, Tab goes through the buttons of one row and then on; the arrow keys, Page Up,
 /// Page Down, Home and End move to other rows.
 class ExtensionList : public QAbstractScrollArea {
+    Q_OBJECT
+
 public:
     ExtensionList();
 
@@ -28,7 +30,12 @@ public:
     /// A button of a row was pressed. `record` is what the row shows.
     std::function<void(const QLExtensionRecord& record, std::string_view election)> onElect;
 
+public slots: // NOLINT(readability-redundant-access-specifiers): the toolkit's own word
+    /// Copies what the current row says.
+    void copy();
+
 protected:
+    void contextMenuEvent(QContextMenuEvent* event) override;
     bool eventFilter(QObject* object, QEvent* event) override;
     void changeEvent(QEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;

@@ -7,7 +7,6 @@
 
 #include <QHBoxLayout>
 #include <QPushButton>
-#include <QShortcut>
 #include <QShowEvent>
 #include <QVBoxLayout>
 
@@ -25,8 +24,8 @@ ExtensionsView::ExtensionsView(const Services& services)
       m_list(new ExtensionList) {
     connect(m_undo, &QPushButton::clicked, this, [this] { m_model->undoLastRepair(); });
     connect(m_refresh, &QPushButton::clicked, this, [this] { m_model->reload(); });
-    connect(new QShortcut(QKeySequence::Refresh, this), &QShortcut::activated, m_refresh,
-            &QPushButton::click);
+    m_undo->setKey(QKeySequence::Undo, *this);
+    m_refresh->setKey(QKeySequence::Refresh, *this);
     m_list->onElect = [this](const QLExtensionRecord& record, std::string_view election) {
         m_model->elect(record, election);
     };
@@ -65,6 +64,7 @@ void ExtensionsView::render() {
     const bool isEmpty = state.records.empty();
     m_undo->setEnabled(canUndo(state));
     m_refresh->setEnabled(!state.isLoading);
+    setBusy(*this, isBusy(state));
     m_list->setRecords(state.records);
     m_progress->setVisible(state.isLoading && isEmpty);
     m_empty->setVisible(!state.isLoading && isEmpty);

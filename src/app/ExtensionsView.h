@@ -10,11 +10,11 @@
 #include <optional>
 
 class QLabel;
-class QPushButton;
 
 namespace peekmend {
 
 class Alert;
+class ActionButton;
 class ExtensionList;
 
 /// The extensions view: draws the state of its view-model and hands on what the user does.
@@ -35,8 +35,8 @@ private:
     std::shared_ptr<ExtensionsViewModel> m_model;
     ErrorAlert m_alert;
 
-    QPushButton* m_undo;
-    QPushButton* m_refresh;
+    ActionButton* m_undo;
+    ActionButton* m_refresh;
     QWidget* m_progress;
     QLabel* m_empty;
     ExtensionList* m_list;

@@ -25,11 +25,14 @@ namespace {
 constexpr QSize defaultSize(760, 560);
 constexpr QSize leastSize(640, 520);
 
-/// Copies what is selected in the widget that has the focus.
+/// Copies what is selected in the widget that has the focus, or in what it is part of.
 void copySelection() {
-    if (QWidget* const focused = QApplication::focusWidget();
-        focused != nullptr && focused->metaObject()->indexOfMethod("copy()") >= 0) {
-        QMetaObject::invokeMethod(focused, "copy");
+    for (QWidget* widget = QApplication::focusWidget(); widget != nullptr;
+         widget = widget->parentWidget()) {
+        if (widget->metaObject()->indexOfMethod("copy()") >= 0) {
+            QMetaObject::invokeMethod(widget, "copy");
+            return;
+        }
     }
 }
 

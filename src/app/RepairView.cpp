@@ -11,7 +11,6 @@
 #include <QHBoxLayout>
 #include <QPushButton>
 #include <QScrollArea>
-#include <QShortcut>
 #include <QVBoxLayout>
 
 #include <utility>
@@ -50,10 +49,9 @@ RepairView::RepairView(const Services& services)
     layout->addWidget(makeDivider());
     layout->addWidget(makeBar());
 
-    connect(new QShortcut(QKeySequence::Open, this), &QShortcut::activated, this,
-            &RepairView::openFilePanel);
-    connect(new QShortcut(QKeySequence::Refresh, this), &QShortcut::activated, m_refresh,
-            &QPushButton::click);
+    m_dropZone->chooseButton().setKey(QKeySequence::Open, *this);
+    m_undo->setKey(QKeySequence::Undo, *this);
+    m_refresh->setKey(QKeySequence::Refresh, *this);
 
     m_model->onChange = [this] { render(); };
     render();
@@ -107,6 +105,7 @@ void RepairView::render() {
     m_undo->setEnabled(canUndo(state));
     m_refresh->setEnabled(canRefresh(state));
     m_copy->setEnabled(canCopy(state));
+    setBusy(*this, isBusy(state));
     m_copy->setText(state.copiedFeedback ? "&Copied!" : "&Copy report");
     renderSheet(state);
     m_alert.render(state.errorMessage);

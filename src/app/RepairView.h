@@ -10,11 +10,11 @@
 #include <vector>
 
 class QLabel;
-class QPushButton;
 class QVBoxLayout;
 
 namespace peekmend {
 
+class ActionButton;
 class DropZone;
 class ReportView;
 
@@ -39,10 +39,10 @@ private:
     QLabel* m_placeholder;
     QWidget* m_progress;
     QVBoxLayout* m_column;
-    QPushButton* m_prefer = nullptr;
-    QPushButton* m_undo = nullptr;
-    QPushButton* m_refresh = nullptr;
-    QPushButton* m_copy = nullptr;
+    ActionButton* m_prefer = nullptr;
+    ActionButton* m_undo = nullptr;
+    ActionButton* m_refresh = nullptr;
+    ActionButton* m_copy = nullptr;
 
     /// Made for the first report.
     ReportView* m_report = nullptr;

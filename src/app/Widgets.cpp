@@ -1,10 +1,15 @@
 #include "app/Widgets.h"
 
+#include <QApplication>
+#include <QClipboard>
+#include <QContextMenuEvent>
 #include <QHelpEvent>
 #include <QKeyEvent>
+#include <QMenu>
 #include <QPainter>
 #include <QProgressBar>
 #include <QScrollBar>
+#include <QShortcut>
 #include <QStyle>
 #include <QTextCursor>
 #include <QTextDocument>
@@ -18,6 +23,24 @@
 #include <utility>
 
 namespace peekmend {
+
+void openCopyMenu(QWidget& widget, const QPoint& position, const QString& text,
+                  const std::optional<std::string>& path) {
+    auto* const menu = new QMenu(&widget);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    const auto addCommand = [menu](const QString& name, const QString& copied) {
+        menu->addAction(name, [copied] { QApplication::clipboard()->setText(copied); });
+    };
+    addCommand("&Copy", text);
+    if (path) {
+        addCommand("Copy &Path", displayText(*path));
+    }
+    menu->popup(position);
+}
+
+void Label::contextMenuEvent(QContextMenuEvent* event) {
+    openCopyMenu(*this, event->globalPos(), wholeText());
+}
 
 void ElidedLabel::setWholeText(const QString& text) {
     if (text != m_wholeText) {
@@ -190,6 +213,11 @@ ActionButton::ActionButton(const QString& text) : QPushButton(text) {
     setAutoDefault(false);
 }
 
+void ActionButton::setKey(QKeySequence::StandardKey key, QWidget& view) {
+    connect(new QShortcut(key, &view), &QShortcut::activated, this, &QPushButton::click);
+    setToolTip(QKeySequence(key).toString(QKeySequence::NativeText));
+}
+
 bool ActionButton::focusNextPrevChild(bool next) {
     // Asked for by the toolkit when the button is being disabled.
     return !isEnabled() || QPushButton::focusNextPrevChild(next);
@@ -199,6 +227,14 @@ void ActionButton::mouseMoveEvent(QMouseEvent* event) {
     // A press that has been called off, or moved off the button, is not taken up again.
     if (isDown()) {
         QPushButton::mouseMoveEvent(event);
+    }
+}
+
+void setBusy(QWidget& view, bool isBusy) {
+    if (!isBusy) {
+        view.unsetCursor();
+    } else if (view.cursor().shape() != Qt::BusyCursor) {
+        view.setCursor(Qt::BusyCursor);
     }
 }
 

@@ -2,11 +2,14 @@
 
 #include "app/Style.h"
 
+#include <QKeySequence>
 #include <QLabel>
 #include <QPushButton>
 #include <QTextEdit>
 
 #include <map>
+#include <optional>
+#include <string>
 
 namespace peekmend {
 
@@ -33,7 +36,12 @@ private:
     ColourRole m_colour = ColourRole::primary;
 };
 
-/// A short text of our own, or one character: plain, and not broken.
+/// Opens the widget's context menu there on the screen: "Copy" for the text, and "Copy Path" where
+/// there is one.
+void openCopyMenu(QWidget& widget, const QPoint& position, const QString& text,
+                  const std::optional<std::string>& path = {});
+
+/// A short text of our own, or one character: plain, not broken, and copied by a context menu.
 class Label : public Styled<QLabel> {
 public:
     Label(const QString& text, TextRole textRole, ColourRole colourRole = ColourRole::primary) {
@@ -41,6 +49,11 @@ public:
         setText(text);
         setRoles(textRole, colourRole);
     }
+
+protected:
+    void contextMenuEvent(QContextMenuEvent* event) override;
+
+    [[nodiscard]] virtual QString wholeText() const { return text(); }
 };
 
 /// A text from outside on one line, which is shortened in the middle where it does not fit, and is
@@ -57,6 +70,8 @@ public:
 protected:
     bool event(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
+
+    [[nodiscard]] QString wholeText() const override { return m_wholeText; }
 
 private:
     [[nodiscard]] QString elided() const;
@@ -110,6 +125,9 @@ class ActionButton : public QPushButton {
 public:
     explicit ActionButton(const QString& text);
 
+    /// Presses the button by this key too, as long as the view around it is shown.
+    void setKey(QKeySequence::StandardKey key, QWidget& view);
+
     /// The press under way, if any, will not become a click, whatever the mouse does.
     void cancelPress() { setDown(false); }
 
@@ -117,6 +135,9 @@ protected:
     bool focusNextPrevChild(bool next) override;
     void mouseMoveEvent(QMouseEvent* event) override;
 };
+
+/// Shows by the mouse pointer over the view that something runs in it, or no more.
+void setBusy(QWidget& view, bool isBusy);
 
 /// A line across the whole width.
 [[nodiscard]] QWidget* makeDivider();

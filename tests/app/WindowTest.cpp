@@ -14,7 +14,9 @@
 #include <QAccessible>
 #include <QApplication>
 #include <QClipboard>
+#include <QContextMenuEvent>
 #include <QDropEvent>
+#include <QMenu>
 #include <QMenuBar>
 #include <QMimeData>
 #include <QPushButton>
@@ -384,6 +386,54 @@ TEST_F(Window, MovesThroughRowsOfOneIdentityWithTheKeyboard) {
     sendKey(&table(), Qt::Key_C, Qt::ControlModifier);
     window->menuBar()->actions().at(2)->menu()->actions().front()->trigger();
     EXPECT_EQ(QApplication::clipboard()->text(), "unmarked\tb.b\t1.0\t\u2014");
+}
+
+TEST_F(Window, CopiesByContextMenuAndKeyWhatIsNoSelectableText) {
+    const auto copiedByMenu = [](QWidget& widget, const QPoint& position) {
+        QContextMenuEvent event(QContextMenuEvent::Mouse, position, widget.mapToGlobal(position));
+        QApplication::sendEvent(&widget, &event);
+        QStringList texts;
+        auto* const menu = dynamic_cast<QMenu*>(QApplication::activePopupWidget());
+        for (QAction* const action : menu == nullptr ? QList<QAction*>() : menu->actions()) {
+            action->trigger();
+            texts += QApplication::clipboard()->text();
+        }
+        delete menu;
+        return texts;
+    };
+    list({record("b.b"), {"c.c", ignored, {}, {}}});
+    const QString second = "ignored\tc.c\t\t";
+    QPushButton& use = button("Use c.c");
+    use.setFocus();
+    window->menuBar()->actions().at(2)->menu()->actions().front()->trigger();
+    EXPECT_EQ(QApplication::clipboard()->text(), second);
+    EXPECT_EQ(copiedByMenu(*use.parentWidget(), {}), QStringList(second)) << "it has no path";
+    EXPECT_EQ(copiedByMenu(inside<ElidedLabel>(*button("Use b.b").parentWidget()), {}).size(), 2);
+
+    diagnose({record("a.a", enabled)});
+    EXPECT_EQ(copiedByMenu(inside<ElidedLabel>(*window), {}), QStringList("a.txt"));
+    EXPECT_EQ(copiedByMenu(*table().viewport(), {}), QStringList()) << "no row is selected";
+    model().select("a.a");
+    EXPECT_EQ(copiedByMenu(*table().viewport(), {}),
+              QStringList({"enabled\ta.a\t1.0\t\u2014", "/Applications/A.app/P.appex"}));
+}
+
+TEST_F(Window, ShowsByThePointerThatItWorks) {
+    RepairView& view = window->content().repairView();
+    const auto isBusy = [&] { return view.cursor().shape() == Qt::BusyCursor; };
+    report = claimedBy({record("a.a")});
+    model().chooseFile(FileURL("/a.txt"));
+    EXPECT_TRUE(isBusy()) << "diagnosing";
+    settle();
+    EXPECT_FALSE(isBusy());
+    model().confirmPrefer(record("a.a"));
+    settle();
+    // The second finds nothing left to undo, and never runs.
+    model().undoLastRepair();
+    model().undoLastRepair();
+    EXPECT_TRUE(isBusy()) << "repairing";
+    settle();
+    EXPECT_FALSE(isBusy());
 }
 
 TEST_F(Window, FollowsTheThemeWhileItIsOpen) {

@@ -73,7 +73,6 @@ void ExtensionsViewModel::confirmIgnore() {
     if (const auto record = std::exchange(m_state.pendingIgnore, std::nullopt)) {
         changeState(*record, "ignore");
     }
-    changed();
 }
 
 void ExtensionsViewModel::cancelIgnore() {

@@ -19,6 +19,11 @@ struct ExtensionsViewState : RepairingViewState {
     std::optional<QLExtensionRecord> pendingIgnore;
 };
 
+/// Whether something runs that the user waits for.
+[[nodiscard]] inline bool isBusy(const ExtensionsViewState& state) {
+    return state.isLoading || state.repairsUnderWay > 0;
+}
+
 /// Whether the election would change the state of the record, so that its button is enabled.
 [[nodiscard]] bool canElect(const QLExtensionRecord& record, std::string_view election);
 

@@ -108,7 +108,6 @@ void RepairViewModel::confirmPrefer(const QLExtensionRecord& chosen) {
         return RepairQueue::Outcome(applicator.prefer(chosen, peers, allRecords, *defaults));
     };
     repair("Couldn't apply repair: ", [work = std::move(work)] { return work; });
-    changed();
 }
 
 void RepairViewModel::cancelPrefer() {

@@ -39,6 +39,11 @@ struct RepairViewState : RepairingViewState {
     return !state.isDiagnosing;
 }
 
+/// Whether something runs that the user waits for.
+[[nodiscard]] inline bool isBusy(const RepairViewState& state) {
+    return state.isDiagnosing || state.repairsUnderWay > 0;
+}
+
 [[nodiscard]] inline bool canCopy(const RepairViewState& state) {
     return state.report != nullptr;
 }

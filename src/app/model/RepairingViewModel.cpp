@@ -46,6 +46,7 @@ void RepairingViewModel::repair(std::string failurePrefix,
                                 std::function<RepairQueue::Work()> begin) {
     auto finish = [self = shared_from_this(),
                    prefix = std::move(failurePrefix)](RepairQueue::Outcome outcome) {
+        --self->repairingState().repairsUnderWay;
         if (outcome) {
             self->repairingState().undoSnapshot = *std::move(outcome);
             self->changed();
@@ -58,7 +59,17 @@ void RepairingViewModel::repair(std::string failurePrefix,
             self->changed();
         }
     };
-    m_services.repairs->add({std::move(begin), std::move(finish)});
+    auto beginOrEnd = [self = shared_from_this(), begin = std::move(begin)] {
+        RepairQueue::Work work = begin();
+        if (!work) {
+            --self->repairingState().repairsUnderWay;
+            self->changed();
+        }
+        return work;
+    };
+    ++repairingState().repairsUnderWay;
+    changed();
+    m_services.repairs->add({std::move(beginOrEnd), std::move(finish)});
 }
 
 void RepairingViewModel::changed() const {

@@ -17,6 +17,8 @@ struct RepairingViewState {
     std::optional<QLRepairSnapshot> undoSnapshot;
     /// The alert is shown exactly while this is present.
     std::optional<std::string> errorMessage;
+    /// Repairs that were asked for and have not ended.
+    int repairsUnderWay = 0;
 };
 
 [[nodiscard]] bool canUndo(const RepairingViewState& state);
