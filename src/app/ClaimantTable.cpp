@@ -79,6 +79,8 @@ public:
             line.translate(0, metrics.height() + spacing::tight);
         };
         painter->save();
+        // In a mirrored window too, a sentence ends with its question mark.
+        painter->setLayoutDirection(Qt::LeftToRight);
         draw(first, cell.font,
              isSelected ? selectedText : cell.palette.color(group, QPalette::Text));
         draw(second, roleFont(TextRole::caption2),

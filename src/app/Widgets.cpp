@@ -70,6 +70,8 @@ void ElidedLabel::paintEvent(QPaintEvent* /*event*/) {
     QPainter painter(this);
     const auto flags = static_cast<int>(QStyle::visualAlignment(layoutDirection(), alignment()));
     painter.setPen(palette().color(foregroundRole()));
+    // In a mirrored window too, a path begins with its slash.
+    painter.setLayoutDirection(Qt::LeftToRight);
     painter.drawText(contentsRect(), flags | Qt::TextSingleLine, elided());
 }
 
