@@ -1,11 +1,14 @@
-#include "app/Workspace.h"
+// Asks the desktop to open an address or to launch an application. Apart from the window, which
+// would load the desktop's library at every start for what few runs need.
 
 #include <gio/gdesktopappinfo.h>
 #include <gio/gio.h>
 
+#include <cstdio>
+#include <cstdlib>
 #include <memory>
-
-namespace peekmend::workspace {
+#include <string>
+#include <string_view>
 
 namespace {
 
@@ -21,8 +24,7 @@ void releaseObjects(GList* list) {
 
 using Text = std::unique_ptr<char, Release<g_free>>;
 
-} // namespace
-
+/// Opens the address with the program that handles it, if there is one.
 bool openURL(const std::string& address) {
     const Text scheme(g_uri_parse_scheme(address.c_str()));
     if (!scheme) {
@@ -40,6 +42,7 @@ bool openURL(const std::string& address) {
     return g_app_info_launch_uris(handler.get(), &addresses, nullptr, nullptr) != 0;
 }
 
+/// Launches the application whose desktop entry has exactly this name, untranslated.
 bool launchApplication(const std::string& name) {
     const std::unique_ptr<GList, Release<releaseObjects>> applications(g_app_info_get_all());
     for (const GList* entry = applications.get(); entry != nullptr; entry = entry->next) {
@@ -55,4 +58,26 @@ bool launchApplication(const std::string& name) {
     return false;
 }
 
-} // namespace peekmend::workspace
+/// Some applications are asked over the session's bus to start, which is not done at once.
+void sendWhatIsQueued() {
+    const std::unique_ptr<GDBusConnection, Release<g_object_unref>> bus(
+        g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));
+    if (bus) {
+        g_dbus_connection_flush_sync(bus.get(), nullptr, nullptr);
+    }
+}
+
+} // namespace
+
+int main(int argumentCount, char** arguments) {
+    const std::string_view verb = argumentCount == 3 ? arguments[1] : "";
+    if (verb != "open" && verb != "launch") {
+        std::fputs("Usage: workspace open ADDRESS | launch NAME\n", stderr);
+        return 2;
+    }
+    if (!(verb == "open" ? openURL : launchApplication)(arguments[2])) {
+        return EXIT_FAILURE;
+    }
+    sendWhatIsQueued();
+    return EXIT_SUCCESS;
+}

@@ -7,6 +7,10 @@ namespace peekmend {
 /// The absolute path of the folder that holds the running program.
 [[nodiscard]] std::string programFolder();
 
+/// The absolute path of a tool of our own. Their folder stands beside the one that holds the
+/// running program, both where the program is installed and where it is built.
+[[nodiscard]] std::string ownTool(const std::string& name);
+
 /// The absolute paths of the tools that the program runs. Nothing is searched in PATH.
 struct SystemTools {
     std::string pluginkit;

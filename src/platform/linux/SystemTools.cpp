@@ -11,13 +11,6 @@ namespace peekmend {
 
 namespace {
 
-/// Our own tools' folder stands beside the one that holds the running program, both where the
-/// program is installed and where it is built.
-std::string ownTool(const std::string& name) {
-    const std::filesystem::path programs = programFolder();
-    return (programs.parent_path() / "libexec/peekmend" / name).string();
-}
-
 std::string systemOrOwn(const std::string& name) {
     const std::string path = "/usr/bin/" + name;
     return ::access(path.c_str(), X_OK) == 0 ? path : ownTool(name);
@@ -39,6 +32,11 @@ Replacement& replacement() {
 std::string programFolder() {
     std::error_code error;
     return std::filesystem::read_symlink("/proc/self/exe", error).parent_path().string();
+}
+
+std::string ownTool(const std::string& name) {
+    const std::filesystem::path programs = programFolder();
+    return (programs.parent_path() / "libexec/peekmend" / name).string();
 }
 
 SystemTools SystemTools::current() {
