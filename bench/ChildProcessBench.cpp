@@ -93,6 +93,25 @@ void discard(benchmark::State& state, const Command& command) {
     }
 }
 
+/// The same reads, into memory that is of the right size at once and has not been touched before.
+void keepOnce(benchmark::State& state, const Command& command) {
+    for (auto _ : state) {
+        const BareChild child = spawnBare(command);
+        std::string kept;
+        kept.resize_and_overwrite(largeSize, [&](char* bytes, std::size_t size) {
+            std::size_t filled = 0;
+            ssize_t count = 1;
+            while (filled < size && count > 0) {
+                count = ::read(child.output, bytes + filled, size - filled);
+                filled += count > 0 ? static_cast<std::size_t>(count) : 0;
+            }
+            return filled;
+        });
+        finishBare(child);
+        checkSize(kept.size(), command);
+    }
+}
+
 void qtRun(benchmark::State& state, const Command& command) {
     QStringList arguments;
     for (const std::string& argument : argumentsOf(command)) {
@@ -179,6 +198,7 @@ void addSmallPrograms(const std::string& group) {
 
 void addLargeOutput() {
     add("64 MiB/peekmend", peekmendRun, largeOutput);
+    add("64 MiB/kept once", keepOnce, largeOutput);
     add("64 MiB/discard", discard, largeOutput);
     add("64 MiB/QProcess", qtRun, largeOutput);
     add("64 MiB/GLib", glibRun, largeOutput);

@@ -39,13 +39,13 @@ void start(benchmark::State& state, const char* program, const char* platform) {
 
 void addStarts() {
     for (const char* const platform : {"offscreen", "xcb"}) {
-        const std::string group = std::string("start ") + platform;
-        benchmark::RegisterBenchmark((group + "/peekmend").c_str(), start, PEEKMEND_BENCH_START,
-                                     platform)
-            ->UseManualTime();
-        benchmark::RegisterBenchmark((group + "/empty window").c_str(), start, PEEKMEND_BENCH_EMPTY,
-                                     platform)
-            ->UseManualTime();
+        const auto add = [&](const std::string& contestant, const char* program) {
+            const std::string name = std::string("start ") + platform + "/" + contestant;
+            benchmark::RegisterBenchmark(name.c_str(), start, program, platform)->UseManualTime();
+        };
+        add("peekmend", PEEKMEND_BENCH_START);
+        add("empty window", PEEKMEND_BENCH_EMPTY);
+        add("plain window", PEEKMEND_BENCH_PLAIN);
     }
 }
 

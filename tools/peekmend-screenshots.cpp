@@ -262,6 +262,19 @@ Done draw(const Scene& scene, bool isLeast, const QString& path) {
     return save(picture(window, QApplication::activeModalWidget()), path);
 }
 
+QPalette highContrastPalette() {
+    QPalette palette(Qt::white, Qt::black, Qt::white, Qt::darkGray, Qt::gray, Qt::white, Qt::white,
+                     Qt::black, Qt::black);
+    palette.setColor(QPalette::AlternateBase, Qt::black);
+    palette.setColor(QPalette::Highlight, Qt::yellow);
+    palette.setColor(QPalette::HighlightedText, Qt::black);
+    palette.setColor(QPalette::Link, Qt::yellow);
+    for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText}) {
+        palette.setColor(QPalette::Disabled, role, Qt::green);
+    }
+    return palette;
+}
+
 QPalette darkPalette() {
     QPalette palette(QColor(0x3a3a3c), QColor(0x2a2a2c));
     palette.setColor(QPalette::Base, QColor(0x1e1e20));
@@ -276,7 +289,9 @@ Done drawAll(const QString& folder, bool isLeast) {
         return std::unexpected("Couldn't create " + folder + ".");
     }
     const std::pair<QString, QPalette> appearances[] = {
-        {"light", QApplication::style()->standardPalette()}, {"dark", darkPalette()}};
+        {"light", QApplication::style()->standardPalette()},
+        {"dark", darkPalette()},
+        {"high-contrast", highContrastPalette()}};
     for (const auto& [appearance, palette] : appearances) {
         QApplication::setPalette(palette);
         for (const Scene& scene : scenes()) {

@@ -14,6 +14,7 @@
 #include <QWidget>
 
 #include <algorithm>
+#include <cstdlib>
 #include <ranges>
 
 namespace peekmend {
@@ -42,6 +43,13 @@ constexpr RoleLook looks[] = {
 bool isDark(const QPalette& palette) {
     return palette.color(QPalette::Window).lightness() <
            palette.color(QPalette::WindowText).lightness();
+}
+
+/// Whether text is black on white or white on black, which is chosen by who needs all of it.
+bool isHighContrast(const QPalette& palette) {
+    constexpr int leastDifference = 250;
+    return std::abs(palette.color(QPalette::Window).lightness() -
+                    palette.color(QPalette::WindowText).lightness()) >= leastDifference;
 }
 
 QColor mixed(const QColor& first, const QColor& second, float share) {
@@ -128,7 +136,8 @@ QColor roleColour(ColourRole role) {
     case ColourRole::primary:
         return palette.color(QPalette::WindowText);
     case ColourRole::secondary:
-        return mixed(palette.color(QPalette::WindowText), palette.color(QPalette::Window), 0.35F);
+        return mixed(palette.color(QPalette::WindowText), palette.color(QPalette::Window),
+                     isHighContrast(palette) ? 0 : 0.35F);
     case ColourRole::red:
         return dark ? QColor(0xff7b72) : QColor(0xb3261e);
     case ColourRole::green:
