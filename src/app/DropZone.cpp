@@ -93,14 +93,24 @@ void DropZone::dragEnterEvent(QDragEnterEvent* event) {
     }
 }
 
+void DropZone::dragMoveEvent(QDragMoveEvent* event) {
+    // A key that is held down may have changed what the source allows since the drag came in.
+    if (m_isDropTargeted) {
+        event->setDropAction(Qt::CopyAction);
+        event->accept();
+    }
+}
+
 void DropZone::dragLeaveEvent(QDragLeaveEvent* /*event*/) {
     onTargeted(false);
 }
 
 void DropZone::dropEvent(QDropEvent* event) {
     onTargeted(false);
+    const bool isHandled = onDrop(filesIn(*event->mimeData()));
     event->setDropAction(Qt::CopyAction);
-    event->setAccepted(onDrop(filesIn(*event->mimeData())));
+    // A source that only moves would delete the file on hearing that it was taken.
+    event->setAccepted(isHandled && event->dropAction() != Qt::MoveAction);
 }
 
 void DropZone::paintEvent(QPaintEvent* /*event*/) {

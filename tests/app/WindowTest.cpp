@@ -360,6 +360,19 @@ TEST_F(Window, TakesTheFirstOfThreeDroppedFiles) {
     settle();
     EXPECT_EQ(diagnosed, std::vector<std::string>{"/a\xFF.txt"});
 
+    // With Shift held, file managers allow a move only. Who hears that it was done may delete.
+    QDragEnterEvent enterToMove({1, 1}, Qt::MoveAction, &data, Qt::LeftButton, Qt::ShiftModifier);
+    QApplication::sendEvent(&zone, &enterToMove);
+    QDragMoveEvent changedToMove({1, 1}, Qt::MoveAction, &data, Qt::LeftButton, Qt::ShiftModifier);
+    changedToMove.ignore();
+    QApplication::sendEvent(&zone, &changedToMove);
+    EXPECT_TRUE(changedToMove.isAccepted());
+    QDropEvent dropToMove({1, 1}, Qt::MoveAction, &data, Qt::LeftButton, Qt::ShiftModifier);
+    QApplication::sendEvent(&zone, &dropToMove);
+    EXPECT_FALSE(dropToMove.isAccepted());
+    settle();
+    EXPECT_EQ(diagnosed.size(), 2U);
+
     QMimeData text;
     text.setText("file:///not/a/file/but/a/text");
     QDragEnterEvent other({1, 1}, Qt::CopyAction, &text, Qt::LeftButton, Qt::NoModifier);
