@@ -235,7 +235,7 @@ int ExtensionList::rowAt(int y) const {
 }
 
 ExtensionRow* ExtensionList::rowShowing(int index) const {
-    if (index < 0) {
+    if (index < 0 || m_rows.empty()) {
         return nullptr;
     }
     ExtensionRow* const row = m_rows[static_cast<std::size_t>(index) % m_rows.size()];

@@ -95,9 +95,11 @@ void RepairView::render() {
                 m_model->select(std::move(claimantID));
             };
             m_column->insertWidget(m_column->indexOf(m_progress), m_report, 1);
+            m_report->followInTabOrder(m_dropZone->chooseButton());
         }
         if (std::exchange(m_shownReport, state.report) != state.report) {
             m_report->render(*state.report);
+            announce(*this, displayText(state.report->verdict));
         }
         m_report->select(state.selectedClaimantID);
     }

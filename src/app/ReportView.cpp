@@ -7,6 +7,7 @@
 
 #include <QVBoxLayout>
 
+#include <initializer_list>
 #include <utility>
 
 namespace peekmend {
@@ -47,7 +48,14 @@ void ReportView::render(const QLDiagnosisReport& report) {
     m_table->setClaimants(report.claimants);
     m_table->setVisible(!report.claimants.empty());
     m_noClaimants->setVisible(report.claimants.empty());
-    announce(*this, displayText(report.verdict));
+}
+
+void ReportView::followInTabOrder(QWidget& widget) {
+    QWidget* before = &widget;
+    for (QWidget* const part :
+         std::initializer_list<QWidget*>{m_fetchError, m_verdict, m_servingLine, m_table}) {
+        setTabOrder(std::exchange(before, part), part);
+    }
 }
 
 void ReportView::select(const std::optional<std::string>& claimantID) {

@@ -382,6 +382,21 @@ TEST_F(Window, TakesTheFirstOfThreeDroppedFiles) {
     EXPECT_FALSE(model().state().isDropTargeted);
 }
 
+TEST_F(Window, IsGoneThroughFromTheFileToTheReportToTheButtons) {
+    QLDiagnosisReport result = claimedBy({record("a.a")});
+    result.verdict = "The verdict.";
+    diagnose(result);
+    button("Choose File\u2026").setFocus();
+    const auto nextName = [] {
+        sendKey(QApplication::focusWidget(), Qt::Key_Tab);
+        return focusedName();
+    };
+    EXPECT_EQ(nextName(), "The verdict.");
+    EXPECT_EQ(nextName(), table().accessibleName());
+    sendKey(QApplication::focusWidget(), Qt::Key_Tab);
+    EXPECT_TRUE(button("Refresh").hasFocus());
+}
+
 TEST_F(Window, MovesThroughRowsOfOneIdentityWithTheKeyboard) {
     diagnose({record("a.a"), record("a.a"), record("b.b")});
     const auto selectedRow = [&] { return table().selectionModel()->selectedRows().front().row(); };
