@@ -1,13 +1,11 @@
 #include "diagnosis/DiagnosisEngine.h"
 
 #include "diagnosis/TypeTree.h"
-#include "platform/BackgroundPool.h"
 #include "platform/Hash.h"
 #include "platform/Text.h"
 
 #include <algorithm>
 #include <future>
-#include <memory>
 #include <unordered_set>
 #include <utility>
 
@@ -61,29 +59,23 @@ QLDiagnosisReport DiagnosisEngine::diagnose(const std::optional<FileURL>& fileUR
                                             const std::stop_token& stop) const {
     QLDiagnosisReport report;
     report.fileURL = fileURL;
+    // It needs nothing of what the tool lists and takes about as long. Without a thread for it, it
+    // runs when it is asked for.
+    std::future<std::vector<std::string>> typeTree;
+    if (fileURL) {
+        typeTree = std::async([&] { return resolveTypeTree(*fileURL, *m_types); });
+    }
     if (auto listing = m_inventory->listPreviewExtensions()) {
         report.rawPluginkit = *std::move(listing);
         report.records = parseListing(report.rawPluginkit);
     } else {
         report.fetchError = std::move(listing.error().message);
     }
-
-    // The probe waits nearly all of its time, and needs nothing of what is read meanwhile.
-    std::shared_ptr<std::packaged_task<ActiveHandlerProbeResult()>> probe;
-    bool isProbing = false;
-    if (fileURL) {
-        probe = std::make_shared<std::packaged_task<ActiveHandlerProbeResult()>>(
-            [&] { return ActiveHandlerProbe::probe(*fileURL, report.records, stop); });
-        isProbing = BackgroundPool::shared().submit([probe] { (*probe)(); }).has_value();
-    }
     const ContentTypeMap contentTypes = contentTypesByBundleID(report.records);
     if (fileURL) {
-        report.typeTree = resolveTypeTree(*fileURL, *m_types);
+        report.typeTree = typeTree.get();
         report.claimants = findClaimants(report.records, report.typeTree, contentTypes);
-        if (!isProbing) {
-            (*probe)();
-        }
-        report.activeHandler = probe->get_future().get();
+        report.activeHandler = ActiveHandlerProbe::probe(*fileURL, report.records, stop);
     }
     report.verdict =
         composeVerdict(report.claimants, report.activeHandler ? report.activeHandler->bundleIDs
