@@ -316,7 +316,10 @@ private:
             count = numberFrom(next, size);
             next += size;
         }
-        if (count > static_cast<std::size_t>(end - next) / width) {
+        // Without a division, and without an overflow: what is left of the file is no more than its
+        // greatest size.
+        const auto left = static_cast<std::size_t>(end - next);
+        if (count > left || count * width > left) {
             return std::nullopt;
         }
         return Object{.kind = kind, .count = count, .payload = {next, count * width}};
