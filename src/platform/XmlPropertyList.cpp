@@ -132,8 +132,9 @@ bool readText(std::string& text, pugi::xml_node element) {
 }
 
 /// Whether the element's value is its text, as nearly always: nothing to put together or replace.
-bool isPlainText(pugi::xml_node element) {
-    return !element.first_child() && !std::string_view(element.value()).contains('&');
+bool isPlainText(pugi::xml_node element, bool mayHaveReferences) {
+    return !element.first_child() &&
+           !(mayHaveReferences && std::string_view(element.value()).contains('&'));
 }
 
 /// Whether a comment, CDATA or an instruction may stand in some text of the document.
@@ -151,8 +152,8 @@ bool mayTextBeSplit(std::string_view document) {
     return false;
 }
 
-bool isText(pugi::xml_node element, std::string_view expected) {
-    if (isPlainText(element)) {
+bool isText(pugi::xml_node element, std::string_view expected, bool mayHaveReferences) {
+    if (isPlainText(element, mayHaveReferences)) {
         return element.value() == expected;
     }
     std::string text;
@@ -198,8 +199,8 @@ bool isData(std::string_view text) {
     });
 }
 
-bool isIntactLeaf(Kind kind, pugi::xml_node element, std::string& text) {
-    if ((kind == Kind::key || kind == Kind::string) && isPlainText(element)) {
+bool isIntactLeaf(Kind kind, pugi::xml_node element, bool mayHaveReferences, std::string& text) {
+    if ((kind == Kind::key || kind == Kind::string) && isPlainText(element, mayHaveReferences)) {
         return true;
     }
     if (!readText(text, element)) {
@@ -253,9 +254,12 @@ pugi::xml_node onlyElement(pugi::xml_node parent) {
 
 /// Whether all that the dictionary holds is as it should be. Without recursion: a list may be
 /// nested as deep as the file is long.
-bool isIntact(pugi::xml_node top) {
+bool isIntact(pugi::xml_node top, bool mayHaveReferences) {
     std::string text;
-    if (!isBlank(top.value()) || !hasIntactAttributes(top, text)) {
+    const auto isBegunWell = [&](pugi::xml_node element) {
+        return !mayHaveReferences || hasIntactAttributes(element, text);
+    };
+    if (!isBlank(top.value()) || !isBegunWell(top)) {
         return false;
     }
     pugi::xml_node container = top;
@@ -285,8 +289,7 @@ bool isIntact(pugi::xml_node top) {
             continue;
         }
         const Kind kind = kindOf(node);
-        if ((kind == Kind::key) != (isInDictionary && isKeyDue) ||
-            !hasIntactAttributes(node, text)) {
+        if ((kind == Kind::key) != (isInDictionary && isKeyDue) || !isBegunWell(node)) {
             return false;
         }
         isKeyDue = !isKeyDue;
@@ -298,7 +301,7 @@ bool isIntact(pugi::xml_node top) {
             isInDictionary = kind == Kind::dictionary;
             isKeyDue = true;
             node = node.first_child();
-        } else if (isIntactLeaf(kind, node, text)) {
+        } else if (isIntactLeaf(kind, node, mayHaveReferences, text)) {
             node = node.next_sibling();
         } else {
             return false;
@@ -318,6 +321,7 @@ public:
         // References are left to us: the parser would keep damaged ones and cut the text at NUL.
         // As a fragment, so that text outside of the root is seen. White space between the parts
         // of a text belongs to it; elsewhere it would double the number of nodes.
+        m_mayHaveReferences = m_bytes.contains('&');
         const unsigned whiteSpace =
             mayTextBeSplit(m_bytes) ? pugi::parse_ws_pcdata : pugi::parse_ws_pcdata_single;
         const pugi::xml_parse_result parsed =
@@ -335,7 +339,7 @@ public:
             return false;
         }
         m_root = onlyElement(list);
-        return kindOf(m_root) == Kind::dictionary && isIntact(m_root);
+        return kindOf(m_root) == Kind::dictionary && isIntact(m_root, m_mayHaveReferences);
     }
 
     [[nodiscard]] PropertyList::Value root() const override {
@@ -356,7 +360,7 @@ public:
                 continue;
             }
             if (isKey) {
-                isMatch = isText(child, key);
+                isMatch = isText(child, key, m_mayHaveReferences);
             } else if (isMatch) {
                 found = value(child.internal_object());
             }
@@ -382,11 +386,14 @@ public:
 
     [[nodiscard]] std::optional<std::string> string(const void* place) const override {
         const pugi::xml_node element = nodeAt(place);
-        std::string text;
-        if (kindOf(element) != Kind::string || !readText(text, element)) {
+        if (kindOf(element) != Kind::string) {
             return std::nullopt;
         }
-        return text;
+        if (isPlainText(element, m_mayHaveReferences)) {
+            return element.value();
+        }
+        std::string text;
+        return readText(text, element) ? std::optional(std::move(text)) : std::nullopt;
     }
 
 private:
@@ -416,6 +423,7 @@ private:
     }
 
     std::string m_bytes; ///< Parsed in place: the document's texts are here.
+    bool m_mayHaveReferences = true;
     pugi::xml_document m_document;
     pugi::xml_node m_root;
 };
