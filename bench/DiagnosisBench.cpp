@@ -7,6 +7,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <chrono>
 #include <string>
 #include <vector>
@@ -15,8 +16,8 @@ namespace peekmend::bench {
 
 namespace {
 
-constexpr std::size_t extensionCount = 300;
-constexpr std::size_t processCount = 300;
+constexpr long extensionCount = 300;
+constexpr long processCount = 300;
 
 /// What the probe waits by contract when all goes well: for the preview, and then once for its end.
 constexpr std::chrono::duration<double> probeWaits = std::chrono::milliseconds(800 + 25);
@@ -44,14 +45,16 @@ void diagnose(benchmark::State& state) {
     }
 }
 
-void runTool(benchmark::State& state, const std::vector<std::string>& command) {
-    machine();
+void runTool(benchmark::State& state, const std::vector<std::string>& command, long leastLines) {
+    if (std::ranges::count(finishBare(spawnBare(command)), '\n') < leastLines) {
+        fail("the tool did not list everything");
+    }
     for (auto _ : state) {
         benchmark::DoNotOptimize(finishBare(spawnBare(command)));
     }
 }
 
-void listFolders(benchmark::State& state, int) {
+void listFolders(benchmark::State& state) {
     const Bundles& bundles = machine().bundles();
     for (auto _ : state) {
         benchmark::DoNotOptimize(listBare(bundles.folders));
@@ -71,16 +74,18 @@ void readLists(benchmark::State& state, bool withApplications) {
 } // namespace
 
 void addDiagnoses() {
-    const auto add = [](const char* name, auto run, auto argument) {
-        return benchmark::RegisterBenchmark(name, run, argument)->UseRealTime();
+    // Before anything is measured, so that the windows too have these surroundings from the start.
+    machine();
+    const auto add = [](const char* name, auto run, auto... arguments) {
+        return benchmark::RegisterBenchmark(name, run, arguments...)->UseRealTime();
     };
     benchmark::RegisterBenchmark("diagnosis/peekmend", diagnose)->UseManualTime()->Iterations(1);
-    add("diagnosis/listing tool", runTool, listingTool);
-    add("diagnosis/ps", runTool, processTool);
+    add("diagnosis/listing tool", runTool, listingTool, extensionCount);
+    add("diagnosis/ps", runTool, processTool, processCount);
     add("diagnosis/bare read", readLists, true);
-    add("pluginkit/peekmend", runTool, listingTool);
-    add("pluginkit/true", runTool, std::vector<std::string>{"/bin/true"});
-    add("pluginkit/bare walk", listFolders, 0);
+    add("pluginkit/peekmend", runTool, listingTool, extensionCount);
+    add("pluginkit/true", runTool, std::vector<std::string>{"/bin/true"}, 0L);
+    add("pluginkit/bare walk", listFolders);
     add("pluginkit/bare read", readLists, false);
 }
 

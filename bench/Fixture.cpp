@@ -54,7 +54,8 @@ BareChild spawnBare(const std::vector<std::string>& command) {
 
 std::string finishBare(const BareChild& child) {
     std::string text;
-    std::array<char, 65536> buffer;
+    // Not made anew: the hardened build would clear it each time.
+    static std::array<char, 65536> buffer;
     ssize_t count = 0;
     while ((count = ::read(child.output, buffer.data(), buffer.size())) > 0) {
         text.append(buffer.data(), static_cast<std::size_t>(count));
@@ -89,18 +90,25 @@ std::size_t listBare(const std::vector<std::string>& folders) {
     return total;
 }
 
+void readBare(const std::string& path, std::string& bytes) {
+    const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    struct stat status{};
+    if (file < 0 || ::fstat(file, &status) != 0) {
+        fail("cannot read " + path);
+    }
+    bytes.resize(static_cast<std::size_t>(status.st_size));
+    if (::read(file, bytes.data(), bytes.size()) != status.st_size) {
+        fail("cannot read all of " + path);
+    }
+    ::close(file);
+}
+
 std::size_t readBare(const std::vector<std::string>& paths) {
     std::size_t total = 0;
     std::string bytes;
     for (const std::string& path : paths) {
-        const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-        struct stat status{};
-        if (file < 0 || ::fstat(file, &status) != 0) {
-            fail("cannot read " + path);
-        }
-        bytes.resize(static_cast<std::size_t>(status.st_size));
-        total += static_cast<std::size_t>(::read(file, bytes.data(), bytes.size()));
-        ::close(file);
+        readBare(path, bytes);
+        total += bytes.size();
     }
     return total;
 }

@@ -43,7 +43,10 @@ std::string finishBare(const BareChild& child);
 /// What it costs to read the entries of these folders. Returns how many bytes they take.
 std::size_t listBare(const std::vector<std::string>& folders);
 
-/// What open, fstat, read and close of these files cost, and nothing more. Returns their sizes.
+/// Reads a file with open, fstat, read and close, and nothing more.
+void readBare(const std::string& path, std::string& bytes);
+
+/// Reads these files, one after the other. Returns their sizes together.
 std::size_t readBare(const std::vector<std::string>& paths);
 
 } // namespace peekmend::bench

@@ -13,7 +13,6 @@
 #include <plist/plist.h>
 
 #include <cstdlib>
-#include <fstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -43,6 +42,9 @@ void peekmendRead(benchmark::State& state, Form form) {
     const Bundles& bundles = bundlesIn(form);
     for (auto _ : state) {
         const ContentTypeMap map = contentTypesByBundleID(bundles.records);
+        if (map.size() != bundleCount) {
+            fail("a bundle is missing");
+        }
         check(map.at(bundles.records[0].bundleID).size(), 0);
         check(map.at(bundles.records[1].bundleID).size(), 1);
     }
@@ -62,9 +64,7 @@ void readEach(benchmark::State& state, Form form, Reader reader) {
     std::string bytes;
     for (auto _ : state) {
         for (std::size_t index = 0; index < bundleCount; ++index) {
-            std::ifstream file(bundles.extensionLists[index], std::ios::binary | std::ios::ate);
-            bytes.resize(static_cast<std::size_t>(file.tellg()));
-            file.seekg(0).read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+            readBare(bundles.extensionLists[index], bytes);
             check(reader(bytes).size(), index);
         }
     }

@@ -7,6 +7,7 @@
 #include <benchmark/benchmark.h>
 
 #include <cstddef>
+#include <cstdio>
 #include <string_view>
 #include <vector>
 
@@ -15,6 +16,10 @@ int main(int argc, char** argv) {
     const std::string_view subject = argc > 1 ? argv[1] : "";
     const std::vector<char> held(subject == "held" ? std::size_t{2} * 1024 * 1024 * 1024 : 0, 'x');
     benchmark::DoNotOptimize(held.data());
+    if (subject == "peak") {
+        std::printf("%f\n", peekmend::bench::peakOfLargeOutput());
+        return 0;
+    }
     if (subject == "small") {
         peekmend::bench::addSmallPrograms("small program");
     } else if (subject == "held") {

@@ -113,14 +113,15 @@ bool print(const Figures& figures, const Row& row) {
         beside += (beside.empty() ? "" : " + ") + std::string(contestant);
     }
     const double ratio = ours / base;
-    const bool holds = ratio <= row.target;
+    // Below zero or at it, nothing was measured.
+    const bool holds = ratio > 0 && ratio <= row.target;
     std::string absolute;
     if (std::string_view(row.figure) == "real_time") {
         char text[32];
         std::snprintf(text, sizeof text, "%.3g ms", ours * 1000);
         absolute = text;
     }
-    std::printf("| %s | %.2f | %.2f | %s | %s | %s | %s |\n", row.what, ratio, row.target,
+    std::printf("| %s | %.3f | %.2f | %s | %s | %s | %s |\n", row.what, ratio, row.target,
                 holds ? "yes" : "NO", beside.c_str(), others(figures, row, base).c_str(),
                 absolute.c_str());
     return holds;
