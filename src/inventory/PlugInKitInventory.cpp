@@ -13,7 +13,7 @@ namespace peekmend {
 
 namespace {
 
-/// About what a line of the listing takes, in bytes.
+/// What a line of the listing takes at least, but for unusually short ones; in bytes.
 constexpr std::size_t usualLineSize = 128;
 
 constexpr std::array states{

@@ -98,8 +98,10 @@ std::expected<Pipe, Error> makePipe() {
 }
 
 std::string readToEnd(int descriptor) {
+    // Between two powers of two: output of a round size would fill it to the last byte, and be
+    // moved once more to see that it ends there.
     constexpr std::size_t firstStep = std::size_t{24} * 1024;
-    // Large steps, as memory that is taken and never used costs nothing, and moving the bytes does.
+    // Large steps, as moving the bytes costs more than address space that is never touched.
     constexpr std::size_t growth = 4;
     std::string bytes;
     ssize_t count = 0;
