@@ -52,7 +52,7 @@ std::optional<std::vector<Entry>> entriesOf(const std::string& folder) {
         return std::nullopt;
     }
     std::vector<Entry> entries;
-    alignas(dirent64) std::array<char, 16384> buffer{};
+    alignas(dirent64) std::array<char, 4096> buffer{};
     ssize_t filled = 0;
     while ((filled = ::getdents64(directory.get(), buffer.data(), buffer.size())) > 0) {
         for (ssize_t offset = 0; offset < filled;) {
