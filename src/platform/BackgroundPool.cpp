@@ -35,7 +35,7 @@ BackgroundPool& BackgroundPool::shared() {
 }
 
 std::expected<void, Error> BackgroundPool::submit(Job job) {
-    const std::scoped_lock lock(m_state->mutex);
+    std::unique_lock lock(m_state->mutex);
     // An idle thread that has been woken for an earlier job still counts as idle until it runs,
     // and so does that job as waiting.
     if (m_state->jobs.size() >= m_state->idleThreads) {
@@ -48,6 +48,8 @@ std::expected<void, Error> BackgroundPool::submit(Job job) {
         ++m_state->threads;
     }
     m_state->jobs.push_back(std::move(job));
+    lock.unlock();
+    // Who is woken while the lock is held has to wait again.
     m_state->jobOrEnd.notify_one();
     return {};
 }
@@ -80,8 +82,9 @@ void TaskGroup::enter() {
 
 void TaskGroup::leave() {
     const std::scoped_lock lock(m_mutex);
-    --m_count;
-    m_empty.notify_all();
+    if (--m_count == 0) {
+        m_empty.notify_all();
+    }
 }
 
 void TaskGroup::wait() {
