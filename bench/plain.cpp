@@ -19,7 +19,6 @@ QLabel* label(const QString& text, QFont::Weight weight) {
     QFont font = label->font();
     font.setWeight(weight);
     label->setFont(font);
-    label->setTextInteractionFlags(Qt::TextSelectableByMouse);
     return label;
 }
 

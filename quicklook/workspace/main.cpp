@@ -24,6 +24,29 @@ void releaseObjects(GList* list) {
 
 using Text = std::unique_ptr<char, Release<g_free>>;
 
+/// Launches the application. One that the session's bus starts is waited for until it has answered:
+/// the bus drops what was sent by somebody who is gone before.
+bool launch(GAppInfo* application, GList* addresses) {
+    struct Answer {
+        bool isThere = false;
+        bool isGood = false;
+    } answer;
+
+    g_app_info_launch_uris_async(
+        application, addresses, nullptr, nullptr,
+        [](GObject* source, GAsyncResult* result, gpointer data) {
+            auto& given = *static_cast<Answer*>(data);
+            given.isGood = g_app_info_launch_uris_finish(reinterpret_cast<GAppInfo*>(source),
+                                                         result, nullptr) != 0;
+            given.isThere = true;
+        },
+        &answer);
+    while (!answer.isThere) {
+        g_main_context_iteration(nullptr, 1);
+    }
+    return answer.isGood;
+}
+
 /// Opens the address with the program that handles it, if there is one.
 bool openURL(const std::string& address) {
     const Text scheme(g_uri_parse_scheme(address.c_str()));
@@ -39,7 +62,7 @@ bool openURL(const std::string& address) {
         return false;
     }
     GList addresses{.data = const_cast<char*>(address.c_str()), .next = nullptr, .prev = nullptr};
-    return g_app_info_launch_uris(handler.get(), &addresses, nullptr, nullptr) != 0;
+    return launch(handler.get(), &addresses);
 }
 
 /// Launches the application whose desktop entry has exactly this name, untranslated.
@@ -50,15 +73,14 @@ bool launchApplication(const std::string& name) {
         auto* const desktop = static_cast<GDesktopAppInfo*>(entry->data);
         const Text itsName(g_desktop_app_info_get_string(desktop, "Name"));
         if (itsName && name == itsName.get() &&
-            g_app_info_launch(static_cast<GAppInfo*>(entry->data), nullptr, nullptr, nullptr) !=
-                0) {
+            launch(static_cast<GAppInfo*>(entry->data), nullptr)) {
             return true;
         }
     }
     return false;
 }
 
-/// Some applications are asked over the session's bus to start, which is not done at once.
+/// The bus is told what was launched, which is not sent at once.
 void sendWhatIsQueued() {
     const std::unique_ptr<GDBusConnection, Release<g_object_unref>> bus(
         g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));

@@ -230,9 +230,11 @@ void ClaimantTable::copy() {
 }
 
 void ClaimantTable::contextMenuEvent(QContextMenuEvent* event) {
-    // A press of the button that opens the menu has selected the row under it.
-    if (const QModelIndexList rows = selectionModel()->selectedRows(); !rows.isEmpty()) {
-        const int row = rows.front().row();
+    // Not the selected row: of two with one identity, a press on the second selects the first.
+    const bool isByMouse = event->reason() == QContextMenuEvent::Mouse;
+    const int row =
+        isByMouse ? rowAt(viewport()->mapFromGlobal(event->globalPos()).y()) : currentRow();
+    if (row >= 0) {
         openCopyMenu(*this, event->globalPos(), rowText(row),
                      m_claimants[static_cast<std::size_t>(row)].record.path);
     }

@@ -33,7 +33,8 @@ void openCopyMenu(QWidget& widget, const QPoint& position, const QString& text,
     };
     addCommand("&Copy", text);
     if (path) {
-        addCommand("Copy &Path", displayText(*path));
+        // Whole and as it is, since it is to be found by it.
+        addCommand("Copy &Path", QString::fromStdString(*path));
     }
     menu->popup(position);
 }

@@ -438,12 +438,14 @@ TEST_F(Window, CopiesByContextMenuAndKeyWhatIsNoSelectableText) {
     EXPECT_EQ(copiedByMenu(*use.parentWidget(), {}), QStringList(second)) << "it has no path";
     EXPECT_EQ(copiedByMenu(inside<ElidedLabel>(*button("Use b.b").parentWidget()), {}).size(), 2);
 
-    diagnose({record("a.a", enabled)});
+    // Two of one identity, of which a press on either selects the first.
+    diagnose({record("a.a", enabled), {"a.a", unmarked, "2.0", "/B.appex"}});
+    QWidget& cells = *table().viewport();
     EXPECT_EQ(copiedByMenu(inside<ElidedLabel>(*window), {}), QStringList("a.txt"));
-    EXPECT_EQ(copiedByMenu(*table().viewport(), {}), QStringList()) << "no row is selected";
-    model().select("a.a");
-    EXPECT_EQ(copiedByMenu(*table().viewport(), {}),
+    EXPECT_EQ(copiedByMenu(cells, cells.rect().bottomLeft()), QStringList()) << "below the rows";
+    EXPECT_EQ(copiedByMenu(cells, {}),
               QStringList({"enabled\ta.a\t1.0\t\u2014", "/Applications/A.app/P.appex"}));
+    EXPECT_EQ(copiedByMenu(cells, {1, table().rowViewportPosition(1)}).back(), "/B.appex");
 }
 
 TEST_F(Window, ShowsByThePointerThatItWorks) {
