@@ -14,7 +14,7 @@ namespace {
 
 /// The desktop's tool is usually done at once. An application that takes long to start is not
 /// waited for.
-constexpr std::chrono::seconds patience(1);
+constexpr std::chrono::seconds patience(2);
 constexpr std::chrono::milliseconds interval(2);
 
 /// Returns whether the desktop did it, or is at it.

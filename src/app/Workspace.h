@@ -2,8 +2,8 @@
 
 #include <string>
 
-/// What the desktop opens and launches. Both return after a second at the latest; what takes longer
-/// counts as done. Interface thread only.
+/// What the desktop opens and launches. Both return after two seconds at the latest; what takes
+/// longer counts as done. Interface thread only.
 namespace peekmend::workspace {
 
 /// Opens an address with the program that handles it. False when the text is no address or nothing
