@@ -22,8 +22,8 @@ public:
 
     /// Shows this in place of an earlier one.
     void render(const QLDiagnosisReport& report);
-    /// Has Tab go from this widget to the texts and the table, and then on. A widget that comes into
-    /// a window that is shown would be reached last.
+    /// Has Tab go from this widget to the texts and the table, and then on. A widget that comes
+    /// into a window that is shown would be reached last.
     void followInTabOrder(QWidget& widget);
     /// Selects the claimant of this identity, or none.
     void select(const std::optional<std::string>& claimantID);
