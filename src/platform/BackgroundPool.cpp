@@ -1,19 +1,31 @@
 #include "platform/BackgroundPool.h"
 
-#include <deque>
 #include <system_error>
 #include <thread>
+#include <utility>
+#include <vector>
 
 namespace peekmend {
+
+namespace {
+
+/// One thread. Each waits on a condition of its own: of several threads that wait on one condition,
+/// the second to be woken may have to wait until the first runs.
+struct Worker {
+    std::condition_variable jobOrEnd;
+    BackgroundPool::Job job;
+};
+
+} // namespace
 
 struct BackgroundPool::State {
     std::chrono::milliseconds idleTime{};
     std::mutex mutex;
-    std::condition_variable jobOrEnd;
+    /// The one that was busy last comes last and is taken first, so that those that are not needed
+    /// go away.
+    std::vector<std::shared_ptr<Worker>> idleWorkers;
     std::condition_variable threadGone;
-    std::deque<Job> jobs;
     std::size_t threads = 0;
-    std::size_t idleThreads = 0;
     bool ending = false;
 };
 
@@ -25,7 +37,9 @@ BackgroundPool::BackgroundPool(std::chrono::milliseconds idleTime)
 BackgroundPool::~BackgroundPool() {
     std::unique_lock lock(m_state->mutex);
     m_state->ending = true;
-    m_state->jobOrEnd.notify_all();
+    for (const auto& worker : m_state->idleWorkers) {
+        worker->jobOrEnd.notify_one();
+    }
     m_state->threadGone.wait(lock, [this] { return m_state->threads == 0; });
 }
 
@@ -36,43 +50,41 @@ BackgroundPool& BackgroundPool::shared() {
 
 std::expected<void, Error> BackgroundPool::submit(Job job) {
     std::unique_lock lock(m_state->mutex);
-    // An idle thread that has been woken for an earlier job still counts as idle until it runs,
-    // and so does that job as waiting.
-    if (m_state->jobs.size() >= m_state->idleThreads) {
+    if (m_state->idleWorkers.empty()) {
         try {
-            std::thread([state = m_state] { work(state); }).detach();
+            std::thread(work, m_state, std::move(job)).detach();
         } catch (const std::system_error& error) {
             return std::unexpected(
                 posixError(error.code().value(), "Couldn't start a background thread"));
         }
         ++m_state->threads;
+        return {};
     }
-    m_state->jobs.push_back(std::move(job));
+    const auto worker = std::move(m_state->idleWorkers.back());
+    m_state->idleWorkers.pop_back();
+    worker->job = std::move(job);
     lock.unlock();
     // Who is woken while the lock is held has to wait again.
-    m_state->jobOrEnd.notify_one();
+    worker->jobOrEnd.notify_one();
     return {};
 }
 
-void BackgroundPool::work(const std::shared_ptr<State>& state) {
-    std::unique_lock lock(state->mutex);
+void BackgroundPool::work(const std::shared_ptr<State>& state, Job job) {
+    const auto self = std::make_shared<Worker>();
     while (true) {
-        ++state->idleThreads;
-        state->jobOrEnd.wait_for(lock, state->idleTime,
-                                 [&] { return !state->jobs.empty() || state->ending; });
-        --state->idleThreads;
-        if (state->jobs.empty()) {
-            break;
-        }
-        Job job = std::move(state->jobs.front());
-        state->jobs.pop_front();
-        lock.unlock();
         job();
         job = nullptr;
-        lock.lock();
+        std::unique_lock lock(state->mutex);
+        state->idleWorkers.push_back(self);
+        self->jobOrEnd.wait_for(lock, state->idleTime, [&] { return self->job || state->ending; });
+        if (!self->job) {
+            std::erase(state->idleWorkers, self);
+            --state->threads;
+            state->threadGone.notify_all();
+            return;
+        }
+        job = std::exchange(self->job, nullptr);
     }
-    --state->threads;
-    state->threadGone.notify_all();
 }
 
 void TaskGroup::enter() {

@@ -37,7 +37,7 @@ public:
 private:
     struct State;
 
-    static void work(const std::shared_ptr<State>& state);
+    static void work(const std::shared_ptr<State>& state, Job job);
 
     // Shared with the threads: the last of them may still be on its way out when the pool is gone.
     std::shared_ptr<State> m_state;
