@@ -25,15 +25,25 @@ constexpr std::array states{
 /// The first and the last of the fields between tabs, trimmed. Empty fields do not count.
 std::optional<std::pair<std::string_view, std::string_view>>
 firstAndLastField(std::string_view text) {
-    const std::size_t firstBegin = text.find_first_not_of('\t');
-    if (firstBegin == std::string_view::npos) {
+    std::string_view first;
+    std::string_view last;
+    while (true) {
+        const std::size_t end = text.find('\t');
+        if (end != 0 && !text.empty()) {
+            last = text.substr(0, end);
+            if (first.empty()) {
+                first = last;
+            }
+        }
+        if (end == std::string_view::npos) {
+            break;
+        }
+        text.remove_prefix(end + 1);
+    }
+    if (first.empty()) {
         return std::nullopt;
     }
-    const std::size_t firstEnd = std::min(text.find('\t', firstBegin), text.size());
-    const std::size_t lastEnd = text.find_last_not_of('\t') + 1;
-    const std::size_t lastBegin = text.rfind('\t', lastEnd - 1) + 1;
-    return std::pair{trimSpaces(text.substr(firstBegin, firstEnd - firstBegin)),
-                     trimSpaces(text.substr(lastBegin, lastEnd - lastBegin))};
+    return std::pair{trimSpaces(first), trimSpaces(last)};
 }
 
 } // namespace
@@ -90,10 +100,9 @@ std::vector<QLExtensionRecord> parseListing(std::string_view text) {
 
 std::optional<QLExtensionRecord> parseListingLine(std::string_view line) {
     std::string_view rest = trimSpaces(line);
-    QLExtensionRecord record;
+    auto state = QLRegistrationState::unmarked;
     if (rest.starts_with('+') || rest.starts_with('-')) {
-        record.state =
-            rest.front() == '+' ? QLRegistrationState::enabled : QLRegistrationState::ignored;
+        state = rest.front() == '+' ? QLRegistrationState::enabled : QLRegistrationState::ignored;
         rest = trimSpaces(rest.substr(1));
     } else if (!rest.contains('.') || !rest.contains('(')) {
         return std::nullopt;
@@ -107,18 +116,20 @@ std::optional<QLExtensionRecord> parseListingLine(std::string_view line) {
     const std::size_t open = first.find('(');
     const std::size_t close = first.rfind(')');
     std::string_view bundleID = first;
+    std::optional<std::string> version;
     if (open != std::string_view::npos && close != std::string_view::npos && open < close) {
         bundleID = first.substr(0, open);
-        record.version = first.substr(open + 1, close - open - 1);
+        version = first.substr(open + 1, close - open - 1);
     }
     if (!bundleID.contains('.')) {
         return std::nullopt;
     }
-    record.bundleID = bundleID;
-    if (last.starts_with('/')) {
-        record.path = last;
-    }
-    return record;
+    return QLExtensionRecord{
+        .bundleID = std::string(bundleID),
+        .state = state,
+        .version = std::move(version),
+        .path = last.starts_with('/') ? std::optional<std::string>(last) : std::nullopt,
+    };
 }
 
 } // namespace peekmend

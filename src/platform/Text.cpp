@@ -12,15 +12,24 @@ namespace peekmend {
 namespace {
 
 constexpr std::array<std::string_view, 18> spaces{
-    "\t",           " ",
-    "\xC2\xA0",     "\xE1\x9A\x80",
-    "\xE2\x80\x80", "\xE2\x80\x81",
-    "\xE2\x80\x82", "\xE2\x80\x83",
-    "\xE2\x80\x84", "\xE2\x80\x85",
-    "\xE2\x80\x86", "\xE2\x80\x87",
-    "\xE2\x80\x88", "\xE2\x80\x89",
-    "\xE2\x80\x8A", "\xE2\x80\xAF",
-    "\xE2\x81\x9F", "\xE3\x80\x80",
+    " ",
+    "\t",
+    "\xC2\xA0",
+    "\xE1\x9A\x80",
+    "\xE2\x80\x80",
+    "\xE2\x80\x81",
+    "\xE2\x80\x82",
+    "\xE2\x80\x83",
+    "\xE2\x80\x84",
+    "\xE2\x80\x85",
+    "\xE2\x80\x86",
+    "\xE2\x80\x87",
+    "\xE2\x80\x88",
+    "\xE2\x80\x89",
+    "\xE2\x80\x8A",
+    "\xE2\x80\xAF",
+    "\xE2\x81\x9F",
+    "\xE3\x80\x80",
 };
 
 constexpr std::array<std::string_view, 7> newlines{
@@ -33,7 +42,9 @@ bool isPlainByte(char byte) {
 }
 
 std::string_view trim(std::string_view text, std::span<const std::string_view> set) {
-    const auto atBegin = [&](std::string_view character) { return text.starts_with(character); };
+    const auto atBegin = [&](std::string_view character) {
+        return text.front() == character.front() && text.starts_with(character);
+    };
     while (!text.empty() && !isPlainByte(text.front())) {
         const auto found = std::ranges::find_if(set, atBegin);
         if (found == set.end()) {
@@ -41,7 +52,9 @@ std::string_view trim(std::string_view text, std::span<const std::string_view> s
         }
         text.remove_prefix(found->size());
     }
-    const auto atEnd = [&](std::string_view character) { return text.ends_with(character); };
+    const auto atEnd = [&](std::string_view character) {
+        return text.back() == character.back() && text.ends_with(character);
+    };
     while (!text.empty() && !isPlainByte(text.back())) {
         const auto found = std::ranges::find_if(set, atEnd);
         if (found == set.end()) {
