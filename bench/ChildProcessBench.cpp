@@ -11,6 +11,7 @@
 #include <boost/process.hpp>
 #include <glib.h>
 
+#include <semaphore.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -19,6 +20,7 @@
 #include <fstream>
 #include <future>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace peekmend::bench {
@@ -68,6 +70,63 @@ void peekmendRun(benchmark::State& state, const Command& command) {
 void bareRun(benchmark::State& state, const Command& command) {
     for (auto _ : state) {
         checkSize(finishBare(spawnBare(command)).size(), command);
+    }
+}
+
+/// A thread that waits for a descriptor, reads it to its end and waits again, and nothing besides:
+/// what a stream read on another thread costs at least.
+class Reader {
+public:
+    Reader() {
+        ::sem_init(&m_given, 0, 0);
+        ::sem_init(&m_read, 0, 0);
+        std::thread([this] {
+            while (true) {
+                wait(m_given);
+                m_bytes.clear();
+                for (ssize_t count = 0;
+                     (count = ::read(m_descriptor, m_buffer.data(), m_buffer.size())) > 0;) {
+                    m_bytes.append(m_buffer.data(), static_cast<std::size_t>(count));
+                }
+                ::close(m_descriptor);
+                ::sem_post(&m_read);
+            }
+        }).detach();
+    }
+
+    void give(int descriptor) {
+        m_descriptor = descriptor;
+        ::sem_post(&m_given);
+    }
+
+    const std::string& take() {
+        wait(m_read);
+        return m_bytes;
+    }
+
+private:
+    static void wait(sem_t& semaphore) {
+        while (::sem_wait(&semaphore) != 0) {
+        }
+    }
+
+    sem_t m_given{};
+    sem_t m_read{};
+    int m_descriptor = -1;
+    std::array<char, 65536> m_buffer{};
+    std::string m_bytes;
+};
+
+void bareRunWithReaders(benchmark::State& state, const Command& command) {
+    static auto* const readers = new std::array<Reader, 2>;
+    auto& [output, errors] = *readers;
+    for (auto _ : state) {
+        const BareChild child = spawnBare(command);
+        output.give(child.output);
+        errors.give(child.errors);
+        ::waitpid(child.pid, nullptr, 0);
+        checkSize(output.take().size(), command);
+        errors.take();
     }
 }
 
@@ -183,6 +242,7 @@ void add(const std::string& name, void (*run)(benchmark::State&, const Command&)
 void addSmallPrograms(const std::string& group) {
     add(group + "/peekmend", peekmendRun, smallProgram);
     add(group + "/bare", bareRun, smallProgram);
+    add(group + "/bare with two reading threads", bareRunWithReaders, smallProgram);
     add(group + "/QProcess", qtRun, smallProgram);
     add(group + "/GLib", glibRun, smallProgram);
     add(group + "/Boost", boostRun, smallProgram);
