@@ -6,7 +6,9 @@
 
 #include <sys/stat.h>
 
+#include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <tuple>
 #include <utility>
@@ -150,6 +152,18 @@ TEST(BackgroundPool, RunsJobsThatWaitForEachOtherAndLetsIdleThreadsGo) {
     finished.enter();
     ASSERT_TRUE(pool.submit([&] { finished.leave(); }));
     finished.wait();
+}
+
+TEST(BackgroundPool, EndsWithAllJobsDoneAndWaitsForNoIdleThread) {
+    constexpr int jobCount = 2000;
+    std::atomic<int> done = 0;
+    {
+        BackgroundPool pool(std::chrono::hours(1));
+        for (int job = 0; job < jobCount; ++job) {
+            ASSERT_TRUE(pool.submit([&] { ++done; }));
+        }
+    }
+    EXPECT_EQ(done, jobCount);
 }
 
 } // namespace
