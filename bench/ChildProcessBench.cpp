@@ -74,7 +74,8 @@ void bareRun(benchmark::State& state, const Command& command) {
 }
 
 /// A thread that waits for a descriptor, reads it to its end and waits again, and nothing besides:
-/// what a stream read on another thread costs at least.
+/// what a stream read on another thread costs. (The standard library's semaphore would spin before
+/// it sleeps.)
 class Reader {
 public:
     Reader() {
@@ -93,6 +94,9 @@ public:
             }
         }).detach();
     }
+
+    Reader(const Reader&) = delete;
+    Reader& operator=(const Reader&) = delete;
 
     void give(int descriptor) {
         m_descriptor = descriptor;

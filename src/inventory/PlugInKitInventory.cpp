@@ -5,7 +5,6 @@
 #include "platform/SystemTools.h"
 #include "platform/Text.h"
 
-#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -21,30 +20,6 @@ constexpr std::array states{
     std::pair{QLRegistrationState::ignored, std::string_view("ignored")},
     std::pair{QLRegistrationState::unmarked, std::string_view("unmarked")},
 };
-
-/// The first and the last of the fields between tabs, trimmed. Empty fields do not count.
-std::optional<std::pair<std::string_view, std::string_view>>
-firstAndLastField(std::string_view text) {
-    std::string_view first;
-    std::string_view last;
-    while (true) {
-        const std::size_t end = text.find('\t');
-        if (end != 0 && !text.empty()) {
-            last = text.substr(0, end);
-            if (first.empty()) {
-                first = last;
-            }
-        }
-        if (end == std::string_view::npos) {
-            break;
-        }
-        text.remove_prefix(end + 1);
-    }
-    if (first.empty()) {
-        return std::nullopt;
-    }
-    return std::pair{trimSpaces(first), trimSpaces(last)};
-}
 
 } // namespace
 
@@ -108,11 +83,14 @@ std::optional<QLExtensionRecord> parseListingLine(std::string_view line) {
         return std::nullopt;
     }
 
-    const auto fields = firstAndLastField(rest);
-    if (!fields) {
-        return std::nullopt;
+    // Trimmed, `rest` has no tab at either end, so these fields are not empty. Looked for forward:
+    // the library's search in the other direction goes byte by byte.
+    const std::string_view first = trimSpaces(rest.substr(0, rest.find('\t')));
+    std::string_view last = rest;
+    for (std::size_t tab = 0; (tab = last.find('\t')) != std::string_view::npos;) {
+        last.remove_prefix(tab + 1);
     }
-    const auto& [first, last] = *fields;
+    last = trimSpaces(last);
     const std::size_t open = first.find('(');
     const std::size_t close = first.rfind(')');
     std::string_view bundleID = first;

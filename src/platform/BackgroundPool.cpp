@@ -7,22 +7,18 @@
 
 namespace peekmend {
 
-namespace {
-
-/// One thread. Each waits on a condition of its own: of several threads that wait on one condition,
-/// the second to be woken may have to wait until the first runs.
-struct Worker {
+/// One thread. Each waits on a condition of its own: where several wait on one, whoever wakes a
+/// second one may have to wait until the first has run.
+struct BackgroundPool::Worker {
     std::condition_variable jobOrEnd;
-    BackgroundPool::Job job;
+    Job job;
 };
-
-} // namespace
 
 struct BackgroundPool::State {
     std::chrono::milliseconds idleTime{};
     std::mutex mutex;
     /// The one that was busy last comes last and is taken first, so that those that are not needed
-    /// go away.
+    /// go away. Shared with whoever wakes one: it may have run and gone by then.
     std::vector<std::shared_ptr<Worker>> idleWorkers;
     std::condition_variable threadGone;
     std::size_t threads = 0;
@@ -49,10 +45,14 @@ BackgroundPool& BackgroundPool::shared() {
 }
 
 std::expected<void, Error> BackgroundPool::submit(Job job) {
+    // Outlives the lock: the end of a job that gets no thread may submit another one.
+    std::shared_ptr<Worker> worker;
     std::unique_lock lock(m_state->mutex);
     if (m_state->idleWorkers.empty()) {
+        worker = std::make_shared<Worker>();
+        worker->job = std::move(job);
         try {
-            std::thread(work, m_state, std::move(job)).detach();
+            std::thread(work, m_state, worker).detach();
         } catch (const std::system_error& error) {
             return std::unexpected(
                 posixError(error.code().value(), "Couldn't start a background thread"));
@@ -60,7 +60,7 @@ std::expected<void, Error> BackgroundPool::submit(Job job) {
         ++m_state->threads;
         return {};
     }
-    const auto worker = std::move(m_state->idleWorkers.back());
+    worker = std::move(m_state->idleWorkers.back());
     m_state->idleWorkers.pop_back();
     worker->job = std::move(job);
     lock.unlock();
@@ -69,9 +69,10 @@ std::expected<void, Error> BackgroundPool::submit(Job job) {
     return {};
 }
 
-void BackgroundPool::work(const std::shared_ptr<State>& state, Job job) {
-    const auto self = std::make_shared<Worker>();
+void BackgroundPool::work(const std::shared_ptr<State>& state,
+                          const std::shared_ptr<Worker>& self) {
     while (true) {
+        Job job = std::exchange(self->job, nullptr);
         job();
         job = nullptr;
         std::unique_lock lock(state->mutex);
@@ -83,7 +84,6 @@ void BackgroundPool::work(const std::shared_ptr<State>& state, Job job) {
             state->threadGone.notify_all();
             return;
         }
-        job = std::exchange(self->job, nullptr);
     }
 }
 

@@ -35,9 +35,10 @@ public:
     [[nodiscard]] std::expected<void, Error> submit(Job job);
 
 private:
+    struct Worker;
     struct State;
 
-    static void work(const std::shared_ptr<State>& state, Job job);
+    static void work(const std::shared_ptr<State>& state, const std::shared_ptr<Worker>& self);
 
     // Shared with the threads: the last of them may still be on its way out when the pool is gone.
     std::shared_ptr<State> m_state;

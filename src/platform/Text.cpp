@@ -41,6 +41,7 @@ bool isPlainByte(char byte) {
     return byte > ' ' && byte <= '~';
 }
 
+/// Compares one byte first, where nearly every character of a set fails.
 std::string_view trim(std::string_view text, std::span<const std::string_view> set) {
     const auto atBegin = [&](std::string_view character) {
         return text.front() == character.front() && text.starts_with(character);

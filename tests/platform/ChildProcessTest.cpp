@@ -4,12 +4,16 @@
 #include "platform/ProcessSetup.h"
 #include "support/Support.h"
 
+#include <pthread.h>
 #include <sys/stat.h>
 
 #include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstddef>
+#include <cstdlib>
+#include <memory>
 #include <tuple>
 #include <utility>
 
@@ -154,8 +158,28 @@ TEST(BackgroundPool, RunsJobsThatWaitForEachOtherAndLetsIdleThreadsGo) {
     finished.wait();
 }
 
+/// Ends this process with 0 when a pool refuses both a job and another one, which the first submits
+/// as it is given up.
+[[noreturn]] void submitWithoutThreads() {
+    pthread_attr_t attributes;
+    ::pthread_attr_init(&attributes);
+    ::pthread_attr_setstacksize(&attributes, std::size_t{1} << 50U); // no machine has that much
+    ::pthread_setattr_default_np(&attributes);
+    BackgroundPool pool;
+    bool isSecondRefused = false;
+    const auto submitAnother = [&](const void*) { isSecondRefused = !pool.submit([] {}); };
+    std::unique_ptr<const void, decltype(submitAnother)> held(&pool, submitAnother);
+    const bool isFirstRefused = !pool.submit([kept = std::move(held)] {});
+    std::_Exit(isFirstRefused && isSecondRefused ? 0 : 1);
+}
+
+TEST(BackgroundPool, RefusesJobsForWhichThereIsNoThread) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe"); // earlier tests may have left threads
+    EXPECT_EXIT(submitWithoutThreads(), testing::ExitedWithCode(0), "");
+}
+
 TEST(BackgroundPool, EndsWithAllJobsDoneAndWaitsForNoIdleThread) {
-    constexpr int jobCount = 2000;
+    constexpr int jobCount = 200;
     std::atomic<int> done = 0;
     {
         BackgroundPool pool(std::chrono::hours(1));
