@@ -4,29 +4,18 @@
 #include "app/BuildConfig.h"
 #include "app/Sheet.h"
 #include "app/Style.h"
+#include "platform/SystemTools.h"
 
-#include <QHostAddress>
-#include <QNetworkAccessManager>
-#include <QNetworkReply>
+#include <QProcess>
 #include <QPushButton>
 
-#include <chrono>
 #include <utility>
 
 namespace peekmend {
 
 namespace {
 
-/// An appcast of many versions; the XML reader takes a time that grows with the square of what one
-/// element may hold.
-constexpr qint64 documentLimit = qint64{64} * 1024;
-constexpr std::chrono::seconds longestSilence(20);
-constexpr int mostRedirects = 5;
-
-bool mayBeAsked(const QUrl& feed) {
-    return feed.scheme() == QLatin1String("https") ||
-           (feed.scheme() == QLatin1String("http") && QHostAddress(feed.host()).isLoopback());
-}
+constexpr auto failure = "The check for updates failed";
 
 } // namespace
 
@@ -51,41 +40,27 @@ void UpdaterController::checkForUpdates() {
                     "OK");
         return;
     }
-    if (!mayBeAsked(m_feed)) {
-        showMessage("The check for updates failed",
-                    "The update address of this copy is not a secure one, so it was not asked.",
-                    "OK");
-        return;
-    }
     showMessage("Checking for updates\u2026", "Asking " + m_feed.host() + ".", "Cancel");
-    if (!m_network) {
-        m_network = std::make_unique<QNetworkAccessManager>();
-        m_network->setTransferTimeout(
-            static_cast<int>(std::chrono::milliseconds(longestSilence).count()));
-    }
-    m_redirectsLeft = mostRedirects;
-    ask(m_feed);
-}
-
-void UpdaterController::ask(const QUrl& address) {
-    QNetworkRequest request(address);
-    // Each address is looked at before it is asked.
-    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
-                         QNetworkRequest::ManualRedirectPolicy);
-    request.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
-    request.setHeader(QNetworkRequest::UserAgentHeader,
-                      QString("Peekmend/") + buildConfig::version);
-    m_document.clear();
-    m_reply = m_network->get(request);
-    connect(m_reply, &QNetworkReply::readyRead, this, &UpdaterController::read);
-    connect(m_reply, &QNetworkReply::finished, this, &UpdaterController::finished);
+    m_fetch = new QProcess(this);
+    m_fetch->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    connect(m_fetch, &QProcess::errorOccurred, this, [this](QProcess::ProcessError error) {
+        if (error == QProcess::FailedToStart) {
+            finished();
+        }
+    });
+    connect(m_fetch, &QProcess::finished, this, &UpdaterController::finished);
+    m_fetch->start(
+        QString::fromStdString(ownTool("fetch")),
+        {m_feed.toString(QUrl::FullyEncoded), QString("Peekmend/") + buildConfig::version},
+        QIODevice::ReadOnly);
 }
 
 void UpdaterController::stop() {
-    if (QNetworkReply* const reply = std::exchange(m_reply, nullptr)) {
-        reply->disconnect(this);
-        reply->abort();
-        reply->deleteLater();
+    if (QProcess* const fetch = std::exchange(m_fetch, nullptr)) {
+        fetch->disconnect(this);
+        fetch->kill();
+        fetch->waitForFinished();
+        fetch->deleteLater();
     }
     dismiss(m_dialog);
 }
@@ -100,50 +75,24 @@ void UpdaterController::showMessage(const QString& title, const QString& message
     m_dialog->show();
 }
 
-void UpdaterController::read() {
-    if (!m_reply->isOpen()) {
-        return;
-    }
-    m_document += m_reply->read(documentLimit + 1 - m_document.size());
-    if (m_document.size() > documentLimit) {
-        m_reply->abort();
+void UpdaterController::finished() {
+    QProcess* const fetch = std::exchange(m_fetch, nullptr);
+    fetch->deleteLater();
+    const QByteArray said = fetch->readAllStandardOutput();
+    const bool hasEnded =
+        fetch->error() == QProcess::UnknownError && fetch->exitStatus() == QProcess::NormalExit;
+    if (hasEnded && fetch->exitCode() == 0) {
+        showNewest(said);
+    } else {
+        showMessage(failure,
+                    hasEnded && !said.isEmpty() ? displayText(said.toStdString())
+                                                : "The program that asks for it could not be run.",
+                    "OK");
     }
 }
 
-void UpdaterController::finished() {
-    read();
-    QNetworkReply* const reply = std::exchange(m_reply, nullptr);
-    reply->deleteLater();
-    const QString failure = "The check for updates failed";
-    if (m_document.size() > documentLimit) {
-        showMessage(failure, "The answer is too long for an appcast.", "OK");
-        return;
-    }
-    const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-    if (reply->error() != QNetworkReply::NoError) {
-        // The server's own words are not passed on.
-        showMessage(failure,
-                    status != 0 ? QString("The server answered with the status %1.").arg(status)
-                                : displayText(reply->errorString().toStdString()),
-                    "OK");
-        return;
-    }
-    if (const QUrl target = reply->attribute(QNetworkRequest::RedirectionTargetAttribute).toUrl();
-        !target.isEmpty()) {
-        const QUrl next = reply->url().resolved(target);
-        if (!mayBeAsked(next)) {
-            showMessage(failure,
-                        "The update address leads to another one that is not secure, so that one "
-                        "was not asked.",
-                        "OK");
-        } else if (m_redirectsLeft-- == 0) {
-            showMessage(failure, "The update address leads to too many others.", "OK");
-        } else {
-            ask(next);
-        }
-        return;
-    }
-    const auto newest = newestAppcastItem(m_document);
+void UpdaterController::showNewest(const QByteArray& appcast) {
+    const auto newest = newestAppcastItem(appcast);
     if (!newest) {
         showMessage(failure, "The answer is not an appcast that names a version.", "OK");
         return;

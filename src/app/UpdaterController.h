@@ -1,16 +1,13 @@
 #pragma once
 
-#include <QByteArray>
 #include <QObject>
 #include <QPointer>
 #include <QUrl>
 
 #include <functional>
-#include <memory>
 #include <string>
 
-class QNetworkAccessManager;
-class QNetworkReply;
+class QProcess;
 
 namespace peekmend {
 
@@ -34,16 +31,12 @@ public:
 
 private:
     void showMessage(const QString& title, const QString& message, const QString& endButton);
-    void ask(const QUrl& address);
-    void read();
     void finished();
+    void showNewest(const QByteArray& appcast);
 
     QUrl m_feed;
     std::function<bool(const std::string& address)> m_openURL;
-    std::unique_ptr<QNetworkAccessManager> m_network;
-    QPointer<QNetworkReply> m_reply;
-    QByteArray m_document;
-    int m_redirectsLeft = 0;
+    QPointer<QProcess> m_fetch; ///< The check under way.
     QPointer<Alert> m_dialog;
 };
 

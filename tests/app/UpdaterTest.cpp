@@ -6,6 +6,7 @@
 
 #include <QApplication>
 #include <QDialog>
+#include <QProcess>
 #include <QPushButton>
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -228,12 +229,22 @@ TEST_F(Updater, CanBeStoppedWhileTheServerIsSilent) {
         stop(updater);
         EXPECT_TRUE(await([&] { return client->state() == QTcpSocket::UnconnectedState; }));
         EXPECT_EQ(shown(), Strings()) << "an end that was asked for is no failure";
+        EXPECT_EQ(Resources::inUse().children, 0);
         if (updater) {
             serve(rss(item("0.0.1")));
             updater->checkForUpdates();
             EXPECT_TRUE(await([&] { return shown() == upToDate; }));
         }
     }
+}
+
+TEST_F(Updater, SaysThatWhatAsksCameToItsEnd) {
+    auto updater = controller(feed());
+    updater.checkForUpdates();
+    ASSERT_TRUE(await([&] { return !request.isEmpty(); }));
+    updater.findChild<QProcess*>()->kill();
+    const Strings result{failed, "The program that asks for it could not be run.", "[OK]"};
+    EXPECT_TRUE(await([&] { return shown() == result; }));
 }
 
 TEST_F(Updater, AsksNoAddressThatItMustNot) {
@@ -257,7 +268,7 @@ TEST_F(Updater, AsksNoAddressThatItMustNot) {
     for (const auto& [address, result] : cases) {
         auto updater = controller(address);
         updater.checkForUpdates();
-        EXPECT_EQ(shown(), result);
+        EXPECT_TRUE(await([&] { return shown() == result; })) << address.toString().toStdString();
         click("OK");
         EXPECT_EQ(shown(), Strings());
     }
