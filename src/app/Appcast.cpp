@@ -8,6 +8,9 @@ namespace peekmend {
 
 namespace {
 
+/// The XML reader takes a time that grows with the square of what one element may hold.
+constexpr qsizetype documentLimit = qsizetype{64} * 1024;
+
 /// The versions that an item names. People read the short one, and it is what this program's own
 /// version is compared with; the other may count builds.
 struct ItemVersions {
@@ -65,6 +68,9 @@ AppcastItem readItem(QXmlStreamReader& xml) {
 } // namespace
 
 std::optional<AppcastItem> newestAppcastItem(const QByteArray& document) {
+    if (document.size() > documentLimit) {
+        return std::nullopt;
+    }
     QXmlStreamReader xml(document);
     std::optional<AppcastItem> newest;
     while (!xml.atEnd()) {

@@ -19,7 +19,8 @@ struct AppcastItem {
 };
 
 /// The item with the highest version in an appcast, which is an RSS document whose items or their
-/// enclosures carry a version. None when the document is damaged or holds no version.
+/// enclosures carry a version. None when the document is damaged, holds no version or is longer
+/// than 64 KiB.
 [[nodiscard]] std::optional<AppcastItem> newestAppcastItem(const QByteArray& document);
 
 } // namespace peekmend

@@ -6,9 +6,11 @@
 #include "app/Style.h"
 #include "platform/SystemTools.h"
 
-#include <QProcess>
 #include <QPushButton>
+#include <QSocketNotifier>
 
+#include <array>
+#include <cstddef>
 #include <utility>
 
 namespace peekmend {
@@ -17,7 +19,22 @@ namespace {
 
 constexpr auto failure = "The check for updates failed";
 
+/// A notifier cannot be deleted while it notifies.
+struct DeleteLater {
+    void operator()(QSocketNotifier* notifier) const {
+        notifier->setEnabled(false);
+        notifier->deleteLater();
+    }
+};
+
 } // namespace
+
+struct UpdaterController::Fetch {
+    ChildProcess child;
+    FileDescriptor output;
+    std::unique_ptr<QSocketNotifier, DeleteLater> notifier;
+    QByteArray said;
+};
 
 UpdaterController::UpdaterController(QUrl feed,
                                      std::function<bool(const std::string& address)> openURL)
@@ -41,27 +58,34 @@ void UpdaterController::checkForUpdates() {
         return;
     }
     showMessage("Checking for updates\u2026", "Asking " + m_feed.host() + ".", "Cancel");
-    m_fetch = new QProcess(this);
-    m_fetch->setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    connect(m_fetch, &QProcess::errorOccurred, this, [this](QProcess::ProcessError error) {
-        if (error == QProcess::FailedToStart) {
-            finished();
-        }
-    });
-    connect(m_fetch, &QProcess::finished, this, &UpdaterController::finished);
-    m_fetch->start(
-        QString::fromStdString(ownTool("fetch")),
-        {m_feed.toString(QUrl::FullyEncoded), QString("Peekmend/") + buildConfig::version},
-        QIODevice::ReadOnly);
+    if (const auto started = startFetch(); !started) {
+        showMessage(failure, displayText(started.error().message), "OK");
+    }
+}
+
+std::expected<void, Error> UpdaterController::startFetch() {
+    auto pipe = makePipe();
+    if (!pipe) {
+        return std::unexpected(std::move(pipe.error()));
+    }
+    auto child =
+        ChildProcess::launch({.executablePath = ownTool("fetch"),
+                              .arguments = {m_feed.toString(QUrl::FullyEncoded).toStdString(),
+                                            std::string("Peekmend/") + buildConfig::version},
+                              .standardOutput = pipe->writeEnd.get(),
+                              .standardError = {}});
+    if (!child) {
+        return std::unexpected(std::move(child.error()));
+    }
+    const int output = pipe->readEnd.get();
+    m_fetch = std::make_unique<Fetch>(*std::move(child), std::move(pipe->readEnd));
+    m_fetch->notifier.reset(new QSocketNotifier(output, QSocketNotifier::Read));
+    connect(m_fetch->notifier.get(), &QSocketNotifier::activated, this, &UpdaterController::read);
+    return {};
 }
 
 void UpdaterController::stop() {
-    if (QProcess* const fetch = std::exchange(m_fetch, nullptr)) {
-        fetch->disconnect(this);
-        fetch->kill();
-        fetch->waitForFinished();
-        fetch->deleteLater();
-    }
+    m_fetch.reset();
     dismiss(m_dialog);
 }
 
@@ -75,19 +99,22 @@ void UpdaterController::showMessage(const QString& title, const QString& message
     m_dialog->show();
 }
 
-void UpdaterController::finished() {
-    QProcess* const fetch = std::exchange(m_fetch, nullptr);
-    fetch->deleteLater();
-    const QByteArray said = fetch->readAllStandardOutput();
-    const bool hasEnded =
-        fetch->error() == QProcess::UnknownError && fetch->exitStatus() == QProcess::NormalExit;
-    if (hasEnded && fetch->exitCode() == 0) {
-        showNewest(said);
+void UpdaterController::read() {
+    std::array<char, 16384> buffer{};
+    const ssize_t count = retryInterrupted(
+        [&] { return ::read(m_fetch->output.get(), buffer.data(), buffer.size()); });
+    if (count > 0) {
+        m_fetch->said.append(buffer.data(), count);
+        return;
+    }
+    const auto fetch = std::exchange(m_fetch, nullptr);
+    const int status = fetch->child.waitUntilExit();
+    if (status == 0) {
+        showNewest(fetch->said);
+    } else if (status == 1 && !fetch->said.isEmpty()) {
+        showMessage(failure, displayText(fetch->said.toStdString()), "OK");
     } else {
-        showMessage(failure,
-                    hasEnded && !said.isEmpty() ? displayText(said.toStdString())
-                                                : "The program that asks for it could not be run.",
-                    "OK");
+        showMessage(failure, "The program that asks for updates did not do its work.", "OK");
     }
 }
 

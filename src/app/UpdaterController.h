@@ -1,20 +1,24 @@
 #pragma once
 
+#include "platform/ChildProcess.h"
+
+#include <QByteArray>
 #include <QObject>
 #include <QPointer>
 #include <QUrl>
 
+#include <expected>
 #include <functional>
+#include <memory>
 #include <string>
-
-class QProcess;
 
 namespace peekmend {
 
 class Alert;
 
 /// Looks for a newer version of the program when asked, and says what it found in a dialog of its
-/// own. It downloads nothing but the appcast, and runs nothing.
+/// own. It asks for nothing but the appcast, through the program `fetch`, and runs nothing of what
+/// it finds.
 class UpdaterController : public QObject {
 public:
     /// `feed`: the appcast's address; empty when this copy is updated in another way. Only https,
@@ -31,12 +35,14 @@ public:
 
 private:
     void showMessage(const QString& title, const QString& message, const QString& endButton);
-    void finished();
+    std::expected<void, Error> startFetch();
+    void read();
     void showNewest(const QByteArray& appcast);
 
     QUrl m_feed;
     std::function<bool(const std::string& address)> m_openURL;
-    QPointer<QProcess> m_fetch; ///< The check under way.
+    struct Fetch;
+    std::unique_ptr<Fetch> m_fetch; ///< The check under way.
     QPointer<Alert> m_dialog;
 };
 

@@ -2,17 +2,20 @@
 
 #include "app/Appcast.h"
 #include "app/BuildConfig.h"
+#include "platform/ChildProcess.h"
 #include "support/Support.h"
 
 #include <QApplication>
 #include <QDialog>
-#include <QProcess>
 #include <QPushButton>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTextEdit>
 
+#include <sys/resource.h>
+
 #include <algorithm>
+#include <csignal>
 #include <tuple>
 
 namespace peekmend::test {
@@ -229,7 +232,7 @@ TEST_F(Updater, CanBeStoppedWhileTheServerIsSilent) {
         stop(updater);
         EXPECT_TRUE(await([&] { return client->state() == QTcpSocket::UnconnectedState; }));
         EXPECT_EQ(shown(), Strings()) << "an end that was asked for is no failure";
-        EXPECT_EQ(Resources::inUse().children, 0);
+        EXPECT_TRUE(await([] { return Resources::inUse().children == 0; }));
         if (updater) {
             serve(rss(item("0.0.1")));
             updater->checkForUpdates();
@@ -238,13 +241,36 @@ TEST_F(Updater, CanBeStoppedWhileTheServerIsSilent) {
     }
 }
 
-TEST_F(Updater, SaysThatWhatAsksCameToItsEnd) {
+TEST_F(Updater, SaysThatTheProgramThatAsksWasKilledOrNotStarted) {
     auto updater = controller(feed());
     updater.checkForUpdates();
     ASSERT_TRUE(await([&] { return !request.isEmpty(); }));
-    updater.findChild<QProcess*>()->kill();
-    const Strings result{failed, "The program that asks for it could not be run.", "[OK]"};
-    EXPECT_TRUE(await([&] { return shown() == result; }));
+    ASSERT_EQ(::kill(std::stoi(readFile("/proc/thread-self/children")), SIGKILL), 0);
+    const Strings killed{failed, "The program that asks for updates did not do its work.", "[OK]"};
+    EXPECT_TRUE(await([&] { return shown() == killed; }));
+    click("OK");
+
+    rlimit before{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
+    const rlimit none{.rlim_cur = 0, .rlim_max = before.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+    updater.checkForUpdates();
+    EXPECT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
+    EXPECT_EQ(shown(), Strings({failed, "Couldn't open a pipe: Too many open files.", "[OK]"}));
+}
+
+TEST_F(Updater, AsksNoLongerThanTheProgramLives) {
+    {
+        const auto program =
+            ChildProcess::launch({.executablePath = "/bin/sh",
+                                  .arguments = {"-c", R"("$0" "$1" x & wait)", ownTool("fetch"),
+                                                feed().toString().toStdString()},
+                                  .standardOutput = {},
+                                  .standardError = {}});
+        ASSERT_TRUE(program);
+        ASSERT_TRUE(await([&] { return !request.isEmpty(); }));
+    } // killed here
+    EXPECT_TRUE(await([&] { return client->state() == QTcpSocket::UnconnectedState; }));
 }
 
 TEST_F(Updater, AsksNoAddressThatItMustNot) {
@@ -268,7 +294,7 @@ TEST_F(Updater, AsksNoAddressThatItMustNot) {
     for (const auto& [address, result] : cases) {
         auto updater = controller(address);
         updater.checkForUpdates();
-        EXPECT_TRUE(await([&] { return shown() == result; })) << address.toString().toStdString();
+        EXPECT_TRUE(await([&] { return shown() == result; })) << testing::PrintToString(shown());
         click("OK");
         EXPECT_EQ(shown(), Strings());
     }
