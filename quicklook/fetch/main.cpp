@@ -111,7 +111,7 @@ std::expected<QByteArray, QString> fetch(const QUrl& address, const QString& use
     return std::unexpected("The update address leads to too many others.");
 }
 
-/// Ends this program with whoever started it, who may be gone already.
+/// Ends this program with whoever started it. One who is gone already reads no more from the pipe.
 void endWithParent() {
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     pollfd output{.fd = STDOUT_FILENO, .events = 0, .revents = 0};
@@ -122,7 +122,8 @@ void endWithParent() {
 
 } // namespace
 
-/// Prints the document, or with status 1 the sentence that says why there is none.
+/// Prints the document, or with status 1 the sentence that says why there is none. Status 2 where
+/// it was not used so, or could not print.
 int main(int argumentCount, char** arguments) {
     if (argumentCount != 3) {
         std::fputs("Usage: fetch ADDRESS USER-AGENT\n", stderr);

@@ -19,6 +19,9 @@ namespace {
 
 constexpr auto failure = "The check for updates failed";
 
+/// More than the program that asks has to say, in bytes.
+constexpr qsizetype mostSaid = qsizetype{1024} * 1024;
+
 /// A notifier cannot be deleted while it notifies.
 struct DeleteLater {
     void operator()(QSocketNotifier* notifier) const {
@@ -103,12 +106,12 @@ void UpdaterController::read() {
     std::array<char, 16384> buffer{};
     const ssize_t count = retryInterrupted(
         [&] { return ::read(m_fetch->output.get(), buffer.data(), buffer.size()); });
-    if (count > 0) {
+    if (count > 0 && m_fetch->said.size() + count <= mostSaid) {
         m_fetch->said.append(buffer.data(), count);
         return;
     }
     const auto fetch = std::exchange(m_fetch, nullptr);
-    const int status = fetch->child.waitUntilExit();
+    const int status = count > 0 ? -1 : fetch->child.waitUntilExit();
     if (status == 0) {
         showNewest(fetch->said);
     } else if (status == 1 && !fetch->said.isEmpty()) {

@@ -16,6 +16,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstdlib>
 #include <tuple>
 
 namespace peekmend::test {
@@ -50,6 +51,7 @@ TEST(Appcast, OffersItsHighestVersion) {
         {rss(item("1")).chopped(1), {}, ""},
         {rss(item("1")).replace("xmlns:s", "xmlns:t"), {}, ""},
         {"<html><p>1.0", {}, ""},
+        {rss(item("1")) + QByteArray(64 * 1024, ' '), {}, ""},
     };
     for (const auto& [document, version, page] : cases) {
         const auto newest = newestAppcastItem(document);
@@ -270,7 +272,24 @@ TEST_F(Updater, AsksNoLongerThanTheProgramLives) {
         ASSERT_TRUE(program);
         ASSERT_TRUE(await([&] { return !request.isEmpty(); }));
     } // killed here
-    EXPECT_TRUE(await([&] { return client->state() == QTcpSocket::UnconnectedState; }));
+    client->write("HTTP/1.1 200 OK\r\nContent-Length: 60000\r\n\r\n");
+    EXPECT_TRUE(await([&] {
+        client->write("x"); // never silent, never done
+        return client->state() == QTcpSocket::UnconnectedState;
+    }));
+
+    auto pipe = makePipe();
+    ASSERT_TRUE(pipe);
+    pipe->readEnd.reset();
+    const int before = connections;
+    auto orphan = ChildProcess::launch({.executablePath = ownTool("fetch"),
+                                        .arguments = {feed().toString().toStdString(), "x"},
+                                        .standardOutput = pipe->writeEnd.get(),
+                                        .standardError = {}});
+    ASSERT_TRUE(orphan);
+    EXPECT_EQ(orphan->waitUntilExit(), EXIT_FAILURE);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(connections, before);
 }
 
 TEST_F(Updater, AsksNoAddressThatItMustNot) {
