@@ -111,7 +111,7 @@ void UpdaterController::read() {
         return;
     }
     const auto fetch = std::exchange(m_fetch, nullptr);
-    const int status = count > 0 ? -1 : fetch->child.waitUntilExit();
+    const int status = count == 0 ? fetch->child.waitUntilExit() : -1;
     if (status == 0) {
         showNewest(fetch->said);
     } else if (status == 1 && !fetch->said.isEmpty()) {

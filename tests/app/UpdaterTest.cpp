@@ -317,6 +317,8 @@ TEST_F(Updater, AsksNoAddressThatItMustNot) {
         click("OK");
         EXPECT_EQ(shown(), Strings());
     }
+    QCoreApplication::processEvents();
+    EXPECT_EQ(connections, 0);
 }
 
 TEST_F(Updater, FollowsRedirectsButToNoAddressThatItMustNotAsk) {
